@@ -1,0 +1,47 @@
+# Set-up that the other scripts share; to be sourced, in bash, from anywhere.
+# It changes into the root of the checkout and gives: vlox_setup, vlox_build <preset> [targets...].
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
+
+# Everything that building, testing and measuring needs, as packages of Debian 12.
+vlox_packages=(
+    g++ cmake ninja-build pkg-config
+    libspdlog-dev libfmt-dev libpoco-dev libcurl4-openssl-dev libssl-dev libsqlite3-dev rapidjson-dev
+    libgtest-dev libgmock-dev libbenchmark-dev
+    ca-certificates openssl jq bsdextrautils git clang-format
+)
+
+# One line and exit code 2: what was asked for can't be done as it was asked.
+vlox_refuse() {
+    echo "$(basename "$0"): $*" >&2
+    exit 2
+}
+
+# Installs what is missing; without the right to do so it names the packages and stops.
+vlox_setup() {
+    local missing=() package
+    for package in "${vlox_packages[@]}"; do
+        [[ $(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null) == installed ]] || missing+=("$package")
+    done
+    ((${#missing[@]})) || return 0
+    if [[ $(id -u) -ne 0 ]]; then
+        vlox_refuse "missing packages, install them as root: apt-get install ${missing[*]}"
+    fi
+    echo "installing: ${missing[*]}"
+    apt-get update -qq
+    DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# Configures and builds a preset into build/<preset>, all of it or the given targets.
+vlox_build() {
+    local preset=$1 targets=()
+    shift
+    (($#)) && targets=(--target "$@")
+    if command -v ccache >/dev/null && [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER:-} ]]; then
+        export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    fi
+    if [[ ! -f build/$preset/CMakeCache.txt ]]; then
+        cmake --preset "$preset" >/dev/null
+    fi
+    cmake --build --preset "$preset" "${targets[@]}"
+}
