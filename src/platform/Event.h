@@ -8,9 +8,9 @@ namespace vloxlib::platform {
 
 /// @brief An event: set() lets waiters through and is remembered while nobody waits.
 ///
-/// With automatic reset each set() lets exactly one waiter through; without it the event stays set until reset().
-/// Threads: all operations from any thread; the event must outlive its waiters.
-/// Errors: only the constructor can fail, with std::system_error.
+/// With automatic reset each set() lets exactly one waiter through; without it the event stays set until
+/// reset(). Threads: all operations from any thread; the event must outlive its waiters. Errors: only the
+/// constructor can fail, with std::system_error.
 class Event {
 public:
     explicit Event(bool automaticReset);

@@ -9,8 +9,8 @@ namespace vloxlib::platform {
 /// @brief One running thread.
 ///
 /// Life: the thread runs from construction on; the destructor neither waits nor stops it.
-/// Threads: join() from any thread, from several at once and repeatedly; from the thread itself it returns at once.
-/// Errors: the constructor throws std::system_error with the system's code when no thread can be made.
+/// Threads: join() from any thread, from several at once and repeatedly; from the thread itself it returns at
+/// once. Errors: the constructor throws std::system_error with the system's code when no thread can be made.
 class Thread {
 public:
     explicit Thread(std::function<void()> body);

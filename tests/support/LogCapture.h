@@ -44,9 +44,8 @@ public:
     /// How many lines hold the text.
     long count(const std::string& text) const {
         const std::vector<std::string> all = lines();
-        return std::count_if(all.begin(), all.end(), [&](const std::string& line) {
-            return line.find(text) != std::string::npos;
-        });
+        return std::count_if(all.begin(), all.end(),
+                             [&](const std::string& line) { return line.find(text) != std::string::npos; });
     }
     /// How many lines of a level, "E" for an error, hold the text.
     long count(const std::string& levelLetter, const std::string& text) const {
@@ -57,7 +56,9 @@ public:
     }
 
 private:
-    static bool isMarker(const std::string& line) { return line.find("capture marker ") != std::string::npos; }
+    static bool isMarker(const std::string& line) {
+        return line.find("capture marker ") != std::string::npos;
+    }
 
     std::vector<std::string> fileLines() const {
         std::vector<std::string> found;

@@ -10,8 +10,7 @@ struct Thread::Native {
     const std::thread::native_handle_type handle;
     std::mutex joining;
 
-    explicit Native(std::function<void()> body)
-        : thread(std::move(body)), handle(thread.native_handle()) {}
+    explicit Native(std::function<void()> body) : thread(std::move(body)), handle(thread.native_handle()) {}
 };
 
 Thread::Thread(std::function<void()> body) : m_native(std::make_unique<Native>(std::move(body))) {}

@@ -11,8 +11,8 @@ extern "C" {
 VLOX_API void create_logger(const char* name, const char* path, bool debugOutput);
 VLOX_API void close_logger();
 VLOX_API void set_logger_level(int level);
-VLOX_API int vloxprint_v2(int level, const char* sourceFile, const char* function, int line, const char* format,
-                          ...);
+VLOX_API int vloxprint_v2(int level, const char* sourceFile, const char* function, int line,
+                          const char* format, ...);
 
 }  // extern "C"
 

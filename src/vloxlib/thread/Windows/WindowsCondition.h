@@ -1,11 +1,11 @@
 #ifndef VLOXLIB_THREAD_WINDOWS_WINDOWSCONDITION_H
 #define VLOXLIB_THREAD_WINDOWS_WINDOWSCONDITION_H
 
-#include <deque>
-#include <memory>
 #include <vloxlib/Export.h>
 #include <vloxlib/Noncopyable.h>
 #include <vloxlib/thread/Windows/WindowsMutex.h>
+#include <deque>
+#include <memory>
 
 namespace vloxlib {
 
@@ -15,7 +15,8 @@ class Event;
 
 /// @brief One waiter's event. It starts unsignalled; set() is remembered while nobody waits.
 ///
-/// Threads: any; it has to outlive its waiters. Errors: only the constructor can fail, with std::system_error.
+/// Threads: any; it has to outlive its waiters. Errors: only the constructor can fail, with
+/// std::system_error.
 class VLOX_API WindowsConditionInternal : public Noncopyable {
 public:
     /// @param autoReset true: one set() lets one wait through; false: it stays set until reset()
@@ -34,11 +35,11 @@ private:
 
 /// @brief A condition that wakes strictly first come, first served, with no spurious wake-ups.
 ///
-/// It has no memory: a notification without a waiter is lost. One that lands between a waiter's time-out and its
-/// return is used up while the waiter reports the time-out, so that a caller has to test its predicate again after
-/// a time-out as well as after a wake-up.
-/// Threads: any; notifications with or without the caller's mutex. Lock order: the caller's mutex, then the
-/// condition's own. It must not be destroyed while a thread waits on it.
+/// It has no memory: a notification without a waiter is lost. One that lands between a waiter's time-out and
+/// its return is used up while the waiter reports the time-out, so that a caller has to test its predicate
+/// again after a time-out as well as after a wake-up. Threads: any; notifications with or without the
+/// caller's mutex. Lock order: the caller's mutex, then the condition's own. It must not be destroyed while a
+/// thread waits on it.
 class VLOX_API WindowsCondition : public Noncopyable {
 public:
     WindowsCondition();
@@ -62,7 +63,8 @@ private:
     void release(WindowsMutex& mutex, WindowsConditionInternal& waiter);
 
     WindowsMutex m_mutex;
-    std::deque<WindowsConditionInternal*> m_waiters;  // guarded by m_mutex; owned by the waiting threads' stacks
+    std::deque<WindowsConditionInternal*>
+        m_waiters;  // guarded by m_mutex; owned by the waiting threads' stacks
 };
 
 }  // namespace vloxlib

@@ -1,8 +1,8 @@
 #ifndef VLOXLIB_THREAD_WINDOWS_WINDOWSMUTEX_H
 #define VLOXLIB_THREAD_WINDOWS_WINDOWSMUTEX_H
 
-#include <memory>
 #include <vloxlib/Export.h>
+#include <memory>
 
 namespace vloxlib {
 
@@ -15,9 +15,9 @@ enum eMutexType : int { MUTEX_TYPE_DEFAULT = 0, MUTEX_TYPE_RECURSIVE = 1 };
 
 /// @brief A lock that re-enters on its owning thread.
 ///
-/// A thread needs as many unLock() as lock() calls. Copies share one lock, which lives as long as the last of them.
-/// Errors: none are reported by lock() and unLock(); the constructor throws std::system_error when the system has
-/// no lock to give.
+/// A thread needs as many unLock() as lock() calls. Copies share one lock, which lives as long as the last of
+/// them. Errors: none are reported by lock() and unLock(); the constructor throws std::system_error when the
+/// system has no lock to give.
 class VLOX_API WindowsMutex {
 public:
     explicit WindowsMutex(eMutexType type = MUTEX_TYPE_DEFAULT);
@@ -46,7 +46,8 @@ private:
 
 /// @brief The inverse guard: lets a scope run without the lock and holds it again at the end.
 ///
-/// The constructor releases the mutex when told to; the destructor always takes it. The mutex has to outlive it.
+/// The constructor releases the mutex when told to; the destructor always takes it. The mutex has to outlive
+/// it.
 class VLOX_API WindowsMutexUnlockGuard {
 public:
     WindowsMutexUnlockGuard(const WindowsMutex& mutex, bool unlockNow) : m_mutex(&mutex) {

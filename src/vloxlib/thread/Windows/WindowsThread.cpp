@@ -40,7 +40,8 @@ bool WindowsThread::start() {
     try {
         std::atomic_store(&m_thread, std::make_shared<platform::Thread>([this] { threadBody(this); }));
     } catch (const std::system_error& error) {
-        VLOX_LOG(5, "WindowsThread create thread failed for: %lld", static_cast<long long>(error.code().value()));
+        VLOX_LOG(5, "WindowsThread create thread failed for: %lld",
+                 static_cast<long long>(error.code().value()));
         return false;
     }
     return true;

@@ -1,9 +1,9 @@
 #ifndef VLOXLIB_THREAD_WINDOWS_WINDOWSTHREAD_H
 #define VLOXLIB_THREAD_WINDOWS_WINDOWSTHREAD_H
 
+#include <vloxlib/Export.h>
 #include <atomic>
 #include <memory>
-#include <vloxlib/Export.h>
 
 namespace vloxlib {
 
@@ -23,11 +23,11 @@ struct ThreadAttributes {
 
 /// @brief A thread around a Runnable, or around an overridden run().
 ///
-/// Life: start(), then join() before the object goes: the destructor neither waits for the thread nor deletes the
-/// Runnable. A thread that has ended can be started again.
-/// Threads: join() and getThreadStat() from any thread; start() isn't safe against itself on one object.
-/// Ownership: the Runnable is the caller's. Copies share the running thread.
-/// Errors: start() reports a thread that can't be made once, by false and a line of level 5; nothing throws.
+/// Life: start(), then join() before the object goes: the destructor neither waits for the thread nor deletes
+/// the Runnable. A thread that has ended can be started again. Threads: join() and getThreadStat() from any
+/// thread; start() isn't safe against itself on one object. Ownership: the Runnable is the caller's. Copies
+/// share the running thread. Errors: start() reports a thread that can't be made once, by false and a line of
+/// level 5; nothing throws.
 class VLOX_API WindowsThread {
 public:
     WindowsThread();
@@ -54,7 +54,8 @@ private:
 
     std::atomic<eThreadStat> m_stat{THREAD_STAT_NOT_STARTED};
     Runnable* m_runnable = nullptr;
-    std::shared_ptr<platform::Thread> m_thread;  // accessed atomically: start() may replace it during a join()
+    std::shared_ptr<platform::Thread>
+        m_thread;  // accessed atomically: start() may replace it during a join()
     ThreadAttributes m_attributes;
     std::atomic<bool> m_started{false};
 };
