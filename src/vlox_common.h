@@ -3,12 +3,22 @@
 #ifndef VLOX_COMMON_H
 #define VLOX_COMMON_H
 
+#include <vloxlib/ConfigKey.h>
+#include <vloxlib/ConfigManager.h>
+#include <vloxlib/Context.h>
+#include <vloxlib/ErrorCodes.h>
+#include <vloxlib/InstancesHolder.h>
 #include <vloxlib/Noncopyable.h>
+#include <vloxlib/NumberText.h>
+#include <vloxlib/ServiceVocabulary.h>
 #include <vloxlib/Types.h>
+#include <vloxlib/UserInfo.h>
 #include <vloxlib/log/vloxLog.h>
 #include <vloxlib/thread/Windows/Runnable.h>
 #include <vloxlib/thread/Windows/WindowsCondition.h>
 #include <vloxlib/thread/Windows/WindowsMutex.h>
 #include <vloxlib/thread/Windows/WindowsThread.h>
+#include <vloxlib/utility/RapidJsonUtils.h>
+#include <vloxlib/utility/StringUtils.h>
 
 #endif
