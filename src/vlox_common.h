@@ -13,6 +13,10 @@
 #include <vloxlib/ServiceVocabulary.h>
 #include <vloxlib/Types.h>
 #include <vloxlib/UserInfo.h>
+#include <vloxlib/http/HttpClient.h>
+#include <vloxlib/http/HttpRequestShare.h>
+#include <vloxlib/http/HttpTypes.h>
+#include <vloxlib/http/TransferData.h>
 #include <vloxlib/log/vloxLog.h>
 #include <vloxlib/thread/Windows/Runnable.h>
 #include <vloxlib/thread/Windows/WindowsCondition.h>

@@ -1,0 +1,307 @@
+#include "vloxlib/http/HttpClient.h"
+
+#include <curl/curl.h>
+
+#include <cstring>
+#include <exception>
+
+#include "vloxlib/http/HttpHeaderLine.h"
+#include "vloxlib/http/HttpRequestShare.h"
+#include "vloxlib/http/TransferData.h"
+#include "vloxlib/log/vloxLog.h"
+
+namespace vloxlib {
+
+namespace {
+
+constexpr int kUnknown = -199;
+constexpr int kInvalidArgument = -201;
+constexpr long kDefaultConnectTimeout = 15;
+constexpr long kNoLimit = 0;
+constexpr int kUsualReply = 128;
+
+int nativeFromCurl(int curlCode) {
+    switch (curlCode) {
+        case CURLE_URL_MALFORMAT:
+            return -803;
+        case CURLE_COULDNT_RESOLVE_PROXY:
+            return -805;
+        case CURLE_COULDNT_RESOLVE_HOST:
+            return -806;
+        case CURLE_COULDNT_CONNECT:
+            return -807;
+        case CURLE_REMOTE_ACCESS_DENIED:
+            return -809;
+        case CURLE_WRITE_ERROR:
+            return -823;
+        case CURLE_READ_ERROR:
+        case CURLE_FILE_COULDNT_READ_FILE:
+            return -826;
+        case CURLE_OPERATION_TIMEDOUT:
+            return -828;
+        default:
+            return kUnknown;
+    }
+}
+
+int parseHttpResult(int curlCode) {
+    VLOX_LOG(3, "curl error result = %d, error info = %s", curlCode,
+             curl_easy_strerror(static_cast<CURLcode>(curlCode)));
+    return nativeFromCurl(curlCode);
+}
+
+long limitOr(int seconds, long otherwise) { return seconds > 0 ? seconds : otherwise; }
+
+// Ends a transfer: takes back what was lent to libcurl for its length, so that a handle that is used again,
+// or shared with a copy, never points at what is gone.
+class LentToCurl {
+public:
+    explicit LentToCurl(CURL* curl) : m_curl(curl) {}
+    LentToCurl(const LentToCurl&) = delete;
+    LentToCurl& operator=(const LentToCurl&) = delete;
+    ~LentToCurl() {
+        curl_easy_setopt(m_curl, CURLOPT_WRITEFUNCTION, nullptr);
+        curl_easy_setopt(m_curl, CURLOPT_WRITEDATA, nullptr);
+        curl_easy_setopt(m_curl, CURLOPT_READFUNCTION, nullptr);
+        curl_easy_setopt(m_curl, CURLOPT_HTTPHEADER, nullptr);
+        curl_easy_setopt(m_curl, CURLOPT_POSTFIELDS, nullptr);
+        curl_easy_setopt(m_curl, CURLOPT_CUSTOMREQUEST, nullptr);
+        curl_easy_setopt(m_curl, CURLOPT_HTTPGET, 1L);
+    }
+
+private:
+    CURL* m_curl;
+};
+
+}  // namespace
+
+HttpClient::HttpClient() = default;
+HttpClient::HttpClient(const HttpClient&) = default;
+HttpClient& HttpClient::operator=(const HttpClient&) = default;
+HttpClient::~HttpClient() = default;
+
+int HttpClient::create(HTTPMethod method, const std::string& url) {
+    m_httpMode = method;
+    m_url = url;
+    return 0;
+}
+
+int HttpClient::createGetRequest(const std::string& url) { return create(HTTP_METHOD_GET, url); }
+
+int HttpClient::createPostRequest(const std::string& url) {
+    m_postMode = 0;
+    return create(HTTP_METHOD_POST, url);
+}
+
+int HttpClient::createPutRequest(const std::string& url) {
+    m_postMode = 0;
+    return create(HTTP_METHOD_PUT, url);
+}
+
+int HttpClient::createDeleteRequest(const std::string& url) { return create(HTTP_METHOD_DELETE, url); }
+
+int HttpClient::addParam(std::string key, std::string value) {
+    if (key.empty() || value.empty()) {
+        VLOX_LOG(3, "key=%s,value=%s", key.c_str(), value.c_str());
+        return kInvalidArgument;
+    }
+    const std::unique_ptr<char, decltype(&curl_free)> escaped(curl_easy_escape(nullptr, value.c_str(), 0),
+                                                              &curl_free);
+    if (!escaped) {
+        VLOX_LOG(3, "a value of %zu bytes can't be escaped, key=%s", value.size(), key.c_str());
+        return kUnknown;
+    }
+    m_param.emplace(std::move(key), escaped.get());
+    return 0;
+}
+
+int HttpClient::addHeader(std::string key, std::string value) {
+    if (key.empty() || value.empty()) {
+        VLOX_LOG(3, "headerKey=%s,headerValue=%s", key.c_str(), value.c_str());
+        return kInvalidArgument;
+    }
+    m_header.emplace(std::move(key), std::move(value));
+    return 0;
+}
+
+int HttpClient::setHeader(const Fields& headers) {
+    m_header = headers;
+    return 0;
+}
+
+int HttpClient::performSync(std::shared_ptr<QosParams> qos, long* httpCode) {
+    syncCommonParams(std::move(qos));
+    return httpPerform(httpCode);
+}
+
+int HttpClient::syncCommonParams(std::shared_ptr<QosParams> qos) {
+    if (!m_curl) {
+        m_curl.reset(curl_easy_init(), &curl_easy_cleanup);
+        HttpRequestShare::instance();
+        HttpRequestShare::setShareHandle(m_curl.get());
+    }
+    CURL* const curl = m_curl.get();
+    curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(curl, CURLOPT_HEADER, 0L);
+    curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, &HttpClient::httpHeaderCallback);
+    curl_easy_setopt(curl, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+
+    const QosParams limits = qos ? *qos : QosParams();
+    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, limitOr(limits.connectTimeout, kDefaultConnectTimeout));
+    curl_easy_setopt(curl, CURLOPT_TIMEOUT, limitOr(limits.timeout, kNoLimit));
+
+    m_headerList.reset();
+    for (const auto& [key, value] : m_header) {
+        appendHeaderLine(key + ": " + value);
+    }
+    return 0;
+}
+
+void HttpClient::appendHeaderLine(const std::string& line) {
+    curl_slist* const list = curl_slist_append(m_headerList.get(), line.c_str());
+    if (!m_headerList) {
+        m_headerList.reset(list, &curl_slist_free_all);
+    }
+}
+
+int HttpClient::httpPerform(long* httpCode) {
+    switch (m_httpMode) {
+        case HTTP_METHOD_GET:
+            return httpPerformGet(httpCode);
+        case HTTP_METHOD_POST:
+            return httpPerformPost(httpCode);
+        case HTTP_METHOD_PUT:
+            return httpPerformPut(httpCode);
+        case HTTP_METHOD_DELETE:
+            return httpPerformDelete(httpCode);
+    }
+    return 0;
+}
+
+int HttpClient::httpPerformGet(long* httpCode) {
+    curl_easy_setopt(m_curl.get(), CURLOPT_HTTPGET, 1L);
+    return performInMemory(urlWithParams(), httpCode);
+}
+
+int HttpClient::httpPerformPost(long* httpCode) {
+    const std::string body = joinedParams();
+    curl_easy_setopt(m_curl.get(), CURLOPT_POSTFIELDS, body.c_str());
+    curl_easy_setopt(m_curl.get(), CURLOPT_POST, 1L);
+    appendHeaderLine("Expect:");
+    return performInMemory(m_url, httpCode);
+}
+
+int HttpClient::httpPerformPut(long* httpCode) {
+    curl_easy_setopt(m_curl.get(), CURLOPT_CUSTOMREQUEST, "PUT");
+    return performInMemory(urlWithParams(), httpCode);
+}
+
+int HttpClient::httpPerformDelete(long* httpCode) {
+    curl_easy_setopt(m_curl.get(), CURLOPT_CUSTOMREQUEST, "DELETE");
+    return performInMemory(urlWithParams(), httpCode);
+}
+
+std::string HttpClient::joinedParams() const {
+    std::string joined;
+    for (const auto& [key, value] : m_param) {
+        joined += joined.empty() ? "" : "&";
+        joined += key + "=" + value;
+    }
+    return joined;
+}
+
+// Without fields the "?" goes again, also one that the caller wrote.
+std::string HttpClient::urlWithParams() const {
+    std::string url = m_url;
+    if (url.empty() || url.back() != '?') {
+        url += '?';
+    }
+    if (m_param.empty()) {
+        url.pop_back();
+    }
+    return url + joinedParams();
+}
+
+int HttpClient::performInMemory(const std::string& url, long* httpCode) {
+    ReceivedData received(kUsualReply, DATA_TYPE_STRING);
+    received.setHttpClient(this);
+    curl_easy_setopt(m_curl.get(), CURLOPT_WRITEFUNCTION, &HttpClient::httpRecvDataCallback);
+    curl_easy_setopt(m_curl.get(), CURLOPT_WRITEDATA, &received);
+    const long status = transfer(url, httpCode);
+    if (m_curlCode != CURLE_OK) {
+        return parseHttpResult(m_curlCode);
+    }
+    if (!acceptedStatus(status)) {
+        VLOX_LOG(4, "http fail httpCode = %d", static_cast<int>(status));
+        return kUnknown;
+    }
+    auto& text = *static_cast<std::string*>(received.getData());
+    text.resize(std::strlen(text.c_str()));
+    m_resultData = std::move(text);
+    return 0;
+}
+
+long HttpClient::transfer(const std::string& url, long* httpCode) {
+    CURL* const curl = m_curl.get();
+    const LentToCurl lent(curl);
+    curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
+    curl_easy_setopt(curl, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, m_headerList.get());
+    m_curlCode = curl_easy_perform(curl);
+    long status = 0;
+    curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+    if (httpCode) {
+        *httpCode = status;
+    }
+    VLOX_LOG(2, "httpCode=%ld,ret=%d", status, m_curlCode);
+    return status;
+}
+
+bool HttpClient::acceptedStatus(long httpCode) const {
+    return httpCode == 200 || httpCode == 302 || isRedirect();
+}
+
+// An exception must not pass through libcurl's frames: a short count makes it end the transfer instead.
+std::size_t HttpClient::httpHeaderCallback(char* buffer, std::size_t size, std::size_t count, void* client) {
+    try {
+        insertHeaderLine({buffer, size * count}, static_cast<HttpClient*>(client)->m_resultHeader);
+    } catch (const std::exception&) {
+        return 0;
+    }
+    return size * count;
+}
+
+std::size_t HttpClient::httpRecvDataCallback(char* buffer, std::size_t size, std::size_t count, void* data) {
+    const auto* received = static_cast<ReceivedData*>(data);
+    if (received->getType() == DATA_TYPE_STRING) {
+        try {
+            static_cast<std::string*>(received->getData())->append(buffer, size * count);
+        } catch (const std::exception&) {
+            return 0;
+        }
+    }
+    return size * count;
+}
+
+std::string HttpClient::getResultHeaderByKey(const std::string& key) const {
+    if (key.empty()) {
+        VLOX_LOG(3, "headerKey=%s", key.c_str());
+        return "";
+    }
+    const auto found = m_resultHeader.find(key);
+    return found == m_resultHeader.end() ? "" : found->second;
+}
+
+std::string HttpClient::getContentType() const { return getResultHeaderByKey("Content-Type"); }
+
+__int64 HttpClient::getContentRange() {
+    if (m_contentRange == 0) {
+        m_contentRange = startOfContentRange(getResultHeaderByKey("Content-Range"));
+    }
+    return m_contentRange;
+}
+
+bool HttpClient::isRedirect() const { return !getResultHeaderByKey("Redirect").empty(); }
+
+}  // namespace vloxlib

@@ -1,0 +1,137 @@
+#ifndef VLOXLIB_HTTP_HTTPCLIENT_H
+#define VLOXLIB_HTTP_HTTPCLIENT_H
+
+#include <vloxlib/Export.h>
+#include <vloxlib/Types.h>
+#include <vloxlib/http/HttpTypes.h>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+
+struct curl_slist;
+
+namespace vloxlib {
+
+/// @brief One synchronous HTTP exchange.
+///
+/// Life: one of the create operations, then parameters, headers and security settings, then performSync(),
+/// then the reply's accessors. An object is made for one exchange; a failed exchange is reported and not
+/// tried again. Threads: one. Ownership: copies share libcurl's handle and header list with the original,
+/// which go with the last of them. Errors: 0 is success; -803 to -828 stand for libcurl's failures (-828 for
+/// a time-out), -199 for an HTTP status other than 200 and 302 without a "Redirect" header and for all other
+/// failures, -201 for a bad argument.
+class VLOX_API HttpClient {
+public:
+    using Fields = std::map<std::string, std::string>;
+
+    HttpClient();
+    HttpClient(const HttpClient&);
+    HttpClient& operator=(const HttpClient&);
+    ~HttpClient();
+
+    int createGetRequest(const std::string& url);     ///< @return 0
+    int createPostRequest(const std::string& url);    ///< @return 0
+    int createPutRequest(const std::string& url);     ///< @return 0
+    int createDeleteRequest(const std::string& url);  ///< @return 0
+
+    /// @brief Adds a field: into the body of a POST, into the query of the others.
+    ///
+    /// The value is escaped here, up to its first NUL; the key goes out as it is. A key that is there keeps
+    /// its first value. @return 0, or -201 for an empty key or value
+    int addParam(std::string key, std::string value);
+    /// @brief Adds a request header; one that is there keeps its first value.
+    /// @return 0, or -201 for an empty key or value
+    int addHeader(std::string key, std::string value);
+    int setHeader(const Fields& headers);  ///< Replaces all request headers. @return 0
+    Fields getHeader() const { return m_header; }
+    Fields getParam() const { return m_param; }  ///< The fields, values escaped.
+
+    /// @brief Runs the exchange on the calling thread.
+    /// @param qos time limits; null for the defaults
+    /// @param httpCode receives the last reply's HTTP status, 0 without a reply; may be null
+    int performSync(std::shared_ptr<QosParams> qos, long* httpCode);
+    /// The first half of performSync(): makes libcurl's handle and gives it what all methods share. @return 0
+    int syncCommonParams(std::shared_ptr<QosParams> qos);
+    /// The second half: runs the exchange by its method. A method of no name runs nothing and gives 0.
+    int httpPerform(long* httpCode);
+    int httpPerformGet(long* httpCode);
+    int httpPerformPost(long* httpCode);
+    int httpPerformPut(long* httpCode);
+    int httpPerformDelete(long* httpCode);
+
+    void setSecurityPolicy(SecurityPolicy policy) { m_securityPolicy = policy; }
+    void setCAPath(const std::string& path) { m_caPath = path; }
+    void setCAContent(const std::string& pem) { m_caContent = pem; }
+    void setClientCertPath(const std::string& path) { m_clientCertPath = path; }
+    void setClientCertContent(const std::string& pem) { m_clientCertContent = pem; }
+    void setKeyPassword(const std::string& password) { m_keyPassword = password; }
+    void setVerifyHost(bool verify) { m_verifyHost = verify; }
+
+    /// The reply's body up to its first NUL; empty after a failure.
+    std::string& getResultData() { return m_resultData; }
+    void setResultData(std::string data) { m_resultData = std::move(data); }
+    /// The reply's headers, names as sent; over redirects, the first value of a name.
+    Fields& getResultHeader() { return m_resultHeader; }
+    void setResultHeader(Fields headers) { m_resultHeader = std::move(headers); }
+    /// One header of the reply, by its name as sent; empty when it isn't there.
+    std::string getResultHeaderByKey(const std::string& key) const;
+    std::string getContentType() const;
+    /// The start offset that the reply's "Content-Range" names, in bytes; 0 without one.
+    __int64 getContentRange();
+    bool isRedirect() const;  ///< The reply carries a "Redirect" header that isn't empty.
+
+    const std::string& getUrl() const { return m_url; }
+    HTTPMethod getHttpMode() const { return m_httpMode; }
+    int getPostMode() const { return m_postMode; }
+    const std::string& getActionId() const { return m_actionId; }
+    /// A tag of the caller's; it isn't sent.
+    void setActionId(const std::string& actionId) { m_actionId = actionId; }
+    const std::function<void(int)>& getProgressCallback() const { return m_progressCallback; }
+    /// Gets whole percents, 0 to 99, on the thread of performSync().
+    void setProgressCallback(std::function<void(int)> callback) { m_progressCallback = std::move(callback); }
+    const std::function<void(int, int)>& getResultCallback() const { return m_resultCallback; }
+    /// Kept for the caller; the exchange doesn't call it.
+    void setResultCallback(std::function<void(int, int)> callback) { m_resultCallback = std::move(callback); }
+    /// libcurl's easy handle, still owned by the client; null before syncCommonParams().
+    void* getCurlHandle() const { return m_curl.get(); }
+
+private:
+    static std::size_t httpHeaderCallback(char* buffer, std::size_t size, std::size_t count, void* client);
+    static std::size_t httpRecvDataCallback(char* buffer, std::size_t size, std::size_t count, void* data);
+
+    int create(HTTPMethod method, const std::string& url);
+    std::string joinedParams() const;
+    std::string urlWithParams() const;
+    void appendHeaderLine(const std::string& line);
+    int performInMemory(const std::string& url, long* httpCode);
+    long transfer(const std::string& url, long* httpCode);
+    bool acceptedStatus(long httpCode) const;
+
+    std::shared_ptr<void> m_curl;
+    std::shared_ptr<curl_slist> m_headerList;
+    SecurityPolicy m_securityPolicy = SECURITY_POLICY_PLAIN;
+    std::string m_actionId;
+    std::string m_url;
+    HTTPMethod m_httpMode = HTTP_METHOD_GET;
+    int m_postMode = 0;
+    Fields m_param;
+    Fields m_header;
+    std::string m_resultData;
+    Fields m_resultHeader;
+    std::function<void(int)> m_progressCallback;
+    std::function<void(int, int)> m_resultCallback;
+    __int64 m_contentRange = 0;
+    std::string m_caPath;
+    std::string m_clientCertPath;
+    std::string m_caContent;
+    std::string m_clientCertContent;
+    std::string m_keyPassword;
+    int m_curlCode = 0;
+    bool m_verifyHost = true;
+};
+
+}  // namespace vloxlib
+
+#endif
