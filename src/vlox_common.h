@@ -18,6 +18,9 @@
 #include <vloxlib/http/HttpTypes.h>
 #include <vloxlib/http/TransferData.h>
 #include <vloxlib/log/vloxLog.h>
+#include <vloxlib/network/NetworkChangedListener.h>
+#include <vloxlib/network/NetworkInfo.h>
+#include <vloxlib/network/NetworkMonitor.h>
 #include <vloxlib/thread/Windows/Runnable.h>
 #include <vloxlib/thread/Windows/WindowsCondition.h>
 #include <vloxlib/thread/Windows/WindowsMutex.h>
