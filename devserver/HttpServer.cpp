@@ -1,0 +1,112 @@
+#include "HttpServer.h"
+
+#include <Poco/Exception.h>
+#include <Poco/Net/HTTPRequestHandler.h>
+#include <Poco/Net/HTTPRequestHandlerFactory.h>
+#include <Poco/Net/HTTPServerParams.h>
+#include <Poco/Net/HTTPServerRequest.h>
+#include <Poco/Net/HTTPServerResponse.h>
+#include <Poco/Net/ServerSocket.h>
+#include <Poco/Net/SocketAddress.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace devserver {
+namespace {
+
+namespace net = Poco::Net;
+
+// Far above what a service request holds; a body beyond it is not kept.
+constexpr std::size_t kMostBody = 256 * 1024 * 1024;
+
+// False: the body is longer than the limit.
+bool readBody(std::istream& source, std::string& body) {
+    char buffer[16384];
+    do {
+        source.read(buffer, sizeof buffer);
+        body.append(buffer, static_cast<std::size_t>(source.gcount()));
+    } while (source && body.size() <= kMostBody);
+    return body.size() <= kMostBody;
+}
+
+void send(const HttpReply& reply, net::HTTPServerResponse& response) {
+    response.setStatusAndReason(static_cast<net::HTTPResponse::HTTPStatus>(reply.status));
+    response.setContentType(reply.contentType);
+    for (const auto& [name, value] : reply.headers) {
+        response.add(name, value);
+    }
+    const std::size_t sent = std::min(reply.cutAfter, reply.body.size());
+    if (sent == reply.body.size()) {
+        response.sendBuffer(reply.body.data(), reply.body.size());
+        return;
+    }
+    response.setKeepAlive(false);
+    response.setContentLength64(static_cast<Poco::Int64>(reply.body.size()));
+    response.send().write(reply.body.data(), static_cast<std::streamsize>(sent));
+}
+
+class Handler : public net::HTTPRequestHandler {
+public:
+    explicit Handler(Platform& platform) : m_platform(platform) {}
+
+    void handleRequest(net::HTTPServerRequest& request, net::HTTPServerResponse& response) override {
+        if (request.getExpectContinue()) {
+            response.sendContinue();
+        }
+        HttpRequest read;
+        read.method = request.getMethod();
+        const std::string& uri = request.getURI();
+        const std::size_t question = std::min(uri.find('?'), uri.size());
+        read.path = uri.substr(0, question);
+        read.query = uri.substr(std::min(question + 1, uri.size()));
+        std::copy(request.begin(), request.end(), std::back_inserter(read.headers));
+        if (!readBody(request.stream(), read.body)) {
+            HttpReply tooLong;
+            tooLong.status = net::HTTPResponse::HTTP_REQUEST_ENTITY_TOO_LARGE;
+            response.setKeepAlive(false);
+            send(tooLong, response);
+            return;
+        }
+        send(m_platform.answer(read), response);
+    }
+
+private:
+    Platform& m_platform;
+};
+
+class Factory : public net::HTTPRequestHandlerFactory {
+public:
+    explicit Factory(Platform& platform) : m_platform(platform) {}
+    net::HTTPRequestHandler* createRequestHandler(const net::HTTPServerRequest&) override {
+        return new Handler(m_platform);
+    }
+
+private:
+    Platform& m_platform;
+};
+
+net::HTTPServerParams::Ptr serverParams(int threads) {
+    net::HTTPServerParams::Ptr params(new net::HTTPServerParams);
+    params->setMaxThreads(threads);
+    params->setMaxQueued(4096);
+    params->setKeepAlive(true);
+    params->setSoftwareVersion("vlox-devserver");
+    return params;
+}
+
+}  // namespace
+
+HttpServer::HttpServer(Platform& platform, const std::string& host, unsigned short port, int threads)
+    : m_pool("connections", 2, threads + 1),  // one of them accepts
+      m_server(new Factory(platform), m_pool, net::ServerSocket(net::SocketAddress(host, port), 1024),
+               serverParams(threads)) {
+    m_server.start();
+}
+
+HttpServer::~HttpServer() {
+    m_server.stopAll(true);
+    m_pool.joinAll();
+}
+
+}  // namespace devserver

@@ -1,0 +1,18 @@
+#ifndef DEVSERVER_JSON_H
+#define DEVSERVER_JSON_H
+
+#include <string>
+
+#include <rapidjson/document.h>
+
+namespace devserver {
+
+/// Appends a member; the text is copied.
+void addText(rapidjson::Document& object, const char* name, const std::string& text);
+void addNumber(rapidjson::Document& object, const char* name, long long number);
+
+std::string toText(const rapidjson::Value& value);
+
+}  // namespace devserver
+
+#endif

@@ -1,0 +1,46 @@
+#ifndef DEVSERVER_MISBEHAVIOUR_H
+#define DEVSERVER_MISBEHAVIOUR_H
+
+#include <chrono>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "Http.h"
+#include "Json.h"
+
+namespace devserver {
+
+/// What a reply does otherwise than it should; nothing set is good behaviour.
+struct Misbehaviour {
+    std::chrono::milliseconds delay{0};
+    std::optional<int> code;          ///< wire code of the reply
+    std::optional<std::string> data;  ///< the reply's data, before it is encoded
+    std::optional<int> status;        ///< HTTP status
+    std::optional<std::string> redirect;
+    std::optional<std::string> location;
+    std::optional<std::string> reply;  ///< the whole body as it goes out
+    bool garbage = false;
+    std::optional<std::size_t> cut;  ///< bytes of the body that go out before the connection ends
+
+    bool any() const;
+    /// Changes what can be changed in a finished reply: all but the delay, the code and the data.
+    void spoil(HttpReply& reply) const;
+};
+
+/// A rule that can't be followed; the text is one line.
+class RuleError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// The rule as text: names and values with commas between them, %XX in a value is decoded. Throws RuleError.
+Misbehaviour parseRule(const std::string& text);
+/// The rule as a JSON object with the same names. Throws RuleError.
+Misbehaviour parseRule(const rapidjson::Value& object);
+
+/// One line for each name that a rule knows.
+std::string ruleHelp();
+
+}  // namespace devserver
+
+#endif

@@ -1,0 +1,119 @@
+#include "Options.h"
+
+#include <Poco/Exception.h>
+#include <Poco/Util/HelpFormatter.h>
+#include <Poco/Util/IntValidator.h>
+#include <Poco/Util/Option.h>
+#include <Poco/Util/OptionProcessor.h>
+#include <Poco/Util/OptionSet.h>
+
+#include <sstream>
+
+namespace devserver {
+namespace {
+
+using Poco::Util::IntValidator;
+using Poco::Util::Option;
+
+Poco::Util::OptionSet optionSet() {
+    Poco::Util::OptionSet set;
+    set.addOption(Option("help", "h", "show this text"));
+    set.addOption(Option("host", "", "address to listen on (127.0.0.1)").argument("address"));
+    set.addOption(Option("port", "p", "port to listen on (0: any free one)")
+                      .argument("number")
+                      .validator(new IntValidator(0, 65535)));
+    set.addOption(Option("envelope", "", "1: a service request must carry the header VLOX-Ext; 0: it may (1)")
+                      .argument("mode")
+                      .validator(new IntValidator(0, 1)));
+    set.addOption(Option("threads", "", "requests worked on at one time (32)")
+                      .argument("number")
+                      .validator(new IntValidator(1, 1000)));
+    set.addOption(Option("misbehave", "", "how service requests are treated, see below").argument("rule"));
+    set.addOption(Option("every", "", "only each so-many-th service request meets the rule (1)")
+                      .argument("number")
+                      .validator(new IntValidator(1, 1000000)));
+    set.addOption(Option("stop-on-eof", "", "end when standard input ends"));
+    return set;
+}
+
+void take(Options& options, const std::string& name, const std::string& value) {
+    if (name == "help") {
+        options.help = true;
+    } else if (name == "host") {
+        options.host = value;
+    } else if (name == "port") {
+        options.port = static_cast<unsigned short>(std::stoi(value));
+    } else if (name == "envelope") {
+        options.envelope = value != "0";
+    } else if (name == "threads") {
+        options.threads = std::stoi(value);
+    } else if (name == "misbehave") {
+        options.misbehaviour = parseRule(value);
+    } else if (name == "every") {
+        options.every = static_cast<unsigned>(std::stoi(value));
+    } else if (name == "stop-on-eof") {
+        options.stopOnEof = true;
+    }
+}
+
+}  // namespace
+
+Options parseOptions(int argc, char** argv) {
+    const Poco::Util::OptionSet set = optionSet();
+    Poco::Util::OptionProcessor processor(set);
+    processor.setUnixStyle(true);
+    Options options;
+    try {
+        for (int i = 1; i < argc; ++i) {
+            std::string name;
+            std::string value;
+            if (!processor.process(argv[i], name, value)) {
+                throw OptionError(std::string("unexpected argument: ") + argv[i]);
+            }
+            if (name.empty()) {
+                continue;  // its value is the next argument
+            }
+            const Option& option = set.getOption(name, false);
+            if (option.validator()) {
+                option.validator()->validate(option, value);
+            }
+            take(options, name, value);
+        }
+        processor.checkRequired();
+    } catch (const Poco::Exception& error) {
+        throw OptionError(error.displayText());
+    } catch (const RuleError& error) {
+        throw OptionError(error.what());
+    }
+    return options;
+}
+
+std::string helpText() {
+    const Poco::Util::OptionSet set = optionSet();
+    Poco::Util::HelpFormatter formatter(set);
+    formatter.setUnixStyle(true);
+    formatter.setCommand("vlox-devserver");
+    formatter.setUsage("[options]");
+    formatter.setHeader(
+        "A stand-in for the messaging platform, for trying and testing the client library on one machine. "
+        "The first line of its output is a JSON object with its port and process id.");
+    formatter.setFooter(
+        "Services, each with or without /vlox/ before it and with any further path behind it:\n"
+        "echo        a service request; the reply's data tells what arrived\n"
+        "mirror      any request; a plain JSON text tells what arrived\n"
+        "stats       what has been counted so far, as plain JSON\n"
+        "\n"
+        "Misbehaviour: a rule is a list such as delay=200,code=15001 of\n" +
+        ruleHelp() +
+        "It stands in the option --misbehave; or in a path, as a segment of its own behind an @ "
+        "(/echo/@status=503), with %XX for what a path can't hold; or in the parameters of a service "
+        "request, "
+        "as an object: {\"misbehave\":{\"delay\":200}}. The parameters' rule comes before the path's, the "
+        "path's "
+        "before the option's.\n");
+    std::ostringstream text;
+    formatter.format(text);
+    return text.str();
+}
+
+}  // namespace devserver

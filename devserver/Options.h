@@ -1,0 +1,35 @@
+#ifndef DEVSERVER_OPTIONS_H
+#define DEVSERVER_OPTIONS_H
+
+#include <stdexcept>
+#include <string>
+
+#include "Misbehaviour.h"
+
+namespace devserver {
+
+/// What the command line asks for.
+struct Options {
+    bool help = false;
+    std::string host = "127.0.0.1";
+    unsigned short port = 0;  ///< 0: any free one
+    bool envelope = true;     ///< service requests have to carry the header "VLOX-Ext"
+    bool stopOnEof = false;   ///< end when standard input ends, that is, with the process that holds it
+    int threads = 32;
+    Misbehaviour misbehaviour;
+    unsigned every = 1;  ///< the misbehaviour strikes each so-many-th service request
+};
+
+/// A command line that can't be followed; the text is one line.
+class OptionError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Throws OptionError.
+Options parseOptions(int argc, char** argv);
+
+std::string helpText();
+
+}  // namespace devserver
+
+#endif

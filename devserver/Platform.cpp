@@ -1,0 +1,183 @@
+#include "Platform.h"
+
+#include <Poco/Exception.h>
+#include <Poco/StringTokenizer.h>
+#include <Poco/URI.h>
+
+#include <utility>
+
+namespace devserver {
+
+struct Platform::Target {
+    std::string service;
+    std::string path;  ///< decoded, without the prefix "/vlox/" and without a rule
+    Misbehaviour rule;
+};
+
+namespace {
+
+HttpReply textReply(int status, const std::string& text) {
+    HttpReply reply;
+    reply.status = status;
+    reply.contentType = "text/plain; charset=utf-8";
+    reply.body = text + "\n";
+    return reply;
+}
+
+void addObject(rapidjson::Document& object, const char* name, const rapidjson::Value& value) {
+    auto& allocator = object.GetAllocator();
+    object.AddMember(rapidjson::Value(name, allocator), rapidjson::Value(value, allocator), allocator);
+}
+
+std::string describe(const HttpRequest& request, const std::string& path, const ServiceRequest& service) {
+    rapidjson::Document document(rapidjson::kObjectType);
+    addText(document, "method", request.method);
+    addText(document, "path", path);
+    addText(document, "appId", service.appId);
+    addObject(document, "header", service.header);
+    addObject(document, "params", service.params);
+    return toText(document);
+}
+
+}  // namespace
+
+Platform::Platform(WireFormat format, Misbehaviour rule, unsigned every)
+    : m_format(format), m_rule(std::move(rule)), m_every(every) {}
+
+Platform::Target Platform::readPath(const std::string& path) {
+    const Poco::StringTokenizer segments(path, "/", Poco::StringTokenizer::TOK_IGNORE_EMPTY);
+    Target target;
+    for (auto segment = segments.begin(); segment != segments.end(); ++segment) {
+        if (segment == segments.begin() && *segment == "vlox") {
+            continue;
+        }
+        if (segment->front() == '@') {
+            target.rule = parseRule(segment->substr(1));
+            continue;
+        }
+        std::string decoded;
+        Poco::URI::decode(*segment, decoded);
+        if (target.service.empty()) {
+            target.service = decoded;
+        }
+        target.path += (target.path.empty() ? "" : "/") + decoded;
+    }
+    return target;
+}
+
+Platform::Service Platform::findService(const std::string& name) {
+    static const std::pair<const char*, Service> services[] = {
+        {"echo", &Platform::echo},
+        {"mirror", &Platform::mirror},
+        {"stats", &Platform::stats},
+    };
+    for (const auto& [known, service] : services) {
+        if (name == known) {
+            return service;
+        }
+    }
+    return nullptr;
+}
+
+HttpReply Platform::answer(const HttpRequest& request) {
+    Target target;
+    try {
+        target = readPath(request.path);
+    } catch (const RuleError& error) {
+        return textReply(400, error.what());
+    } catch (const Poco::Exception& error) {
+        return textReply(400, error.displayText());
+    }
+    const Service service = findService(target.service);
+    m_statistics.countRequest(service != nullptr ? target.path : "(unknown)");
+    if (service == nullptr) {
+        return textReply(404, "no such service; there are echo, mirror and stats");
+    }
+    return (this->*service)(request, target);
+}
+
+HttpReply Platform::echo(const HttpRequest& request, const Target& target) {
+    const Misbehaviour ruleOfAll = ruleOfOption();
+    Misbehaviour rule = target.rule.any() ? target.rule : ruleOfAll;
+    ServiceReply reply;
+    std::shared_ptr<const SessionCipher> cipher;
+    try {
+        const ServiceRequest service = m_format.decode(request);
+        cipher = service.cipher;
+        m_statistics.countServiceRequest(cipher->encrypted());
+        if (service.params.HasMember("misbehave")) {
+            rule = parseRule(service.params["misbehave"]);
+        }
+        reply.code = rule.code.value_or(0);
+        reply.desc = rule.code ? "as asked for" : "success";
+        if (rule.data) {
+            reply.data = *rule.data;
+        } else if (reply.code == 0) {
+            reply.data = describe(request, target.path, service);
+        }
+    } catch (const WireError& error) {
+        reply = {error.code(), error.what(), ""};
+    } catch (const RuleError& error) {
+        reply = {kWireBadRequest, error.what(), ""};
+    }
+    if (rule.any()) {
+        m_statistics.countMisbehaviour();
+    }
+    wait(rule.delay);
+    HttpReply answer = sendReply(reply, cipher.get());
+    rule.spoil(answer);
+    return answer;
+}
+
+HttpReply Platform::mirror(const HttpRequest& request, const Target& target) {
+    rapidjson::Document document(rapidjson::kObjectType);
+    addText(document, "method", request.method);
+    addText(document, "path", target.path);
+    addText(document, "query", request.query);
+    addText(document, "body", request.body);
+    rapidjson::Document headers(rapidjson::kObjectType, &document.GetAllocator());
+    for (const auto& [name, value] : request.headers) {
+        addText(headers, name.c_str(), value);
+    }
+    addObject(document, "headers", headers);
+    HttpReply answer;
+    answer.body = toText(document);
+    if (target.rule.any()) {
+        m_statistics.countMisbehaviour();
+    }
+    wait(target.rule.delay);
+    target.rule.spoil(answer);
+    return answer;
+}
+
+HttpReply Platform::stats(const HttpRequest&, const Target&) {
+    HttpReply answer;
+    answer.body = m_statistics.toJson();
+    return answer;
+}
+
+HttpReply Platform::sendReply(const ServiceReply& reply, const SessionCipher* cipher) {
+    m_statistics.countReply(reply.code);
+    HttpReply answer;
+    answer.body = WireFormat::encode(reply, "dev-" + std::to_string(++m_bids), cipher);
+    return answer;
+}
+
+Misbehaviour Platform::ruleOfOption() {
+    return ++m_serviceRequests % m_every == 0 ? m_rule : Misbehaviour();
+}
+
+void Platform::wait(std::chrono::milliseconds delay) {
+    if (delay.count() > 0) {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_stop.wait_for(lock, delay, [this] { return m_stopped; });
+    }
+}
+
+void Platform::stop() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_stopped = true;
+    m_stop.notify_all();
+}
+
+}  // namespace devserver

@@ -1,0 +1,55 @@
+#ifndef DEVSERVER_PLATFORM_H
+#define DEVSERVER_PLATFORM_H
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+
+#include "Http.h"
+#include "Misbehaviour.h"
+#include "Statistics.h"
+#include "WireFormat.h"
+
+namespace devserver {
+
+/// The platform's services over plain requests and replies; knows nothing of sockets.
+/// Threads: answer() from any number at once, stop() from any.
+class Platform {
+public:
+    /// @param rule  applied to every @p every -th service request that brings none of its own
+    Platform(WireFormat format, Misbehaviour rule, unsigned every);
+
+    HttpReply answer(const HttpRequest& request);
+    /// Ends all delays, now and from now on.
+    void stop();
+
+private:
+    struct Target;  // a path, taken apart
+    using Service = HttpReply (Platform::*)(const HttpRequest&, const Target&);
+
+    static Target readPath(const std::string& path);
+    static Service findService(const std::string& name);
+
+    HttpReply echo(const HttpRequest& request, const Target& target);
+    HttpReply mirror(const HttpRequest& request, const Target& target);
+    HttpReply stats(const HttpRequest& request, const Target& target);
+
+    HttpReply sendReply(const ServiceReply& reply, const SessionCipher* cipher);
+    Misbehaviour ruleOfOption();
+    void wait(std::chrono::milliseconds delay);
+
+    const WireFormat m_format;
+    const Misbehaviour m_rule;
+    const unsigned m_every;
+    std::atomic<unsigned long long> m_serviceRequests{0};
+    std::atomic<unsigned long long> m_bids{0};
+    Statistics m_statistics;
+
+    std::mutex m_mutex;
+    std::condition_variable m_stop;
+    bool m_stopped = false;  // guarded by m_mutex
+};
+
+}  // namespace devserver
+
+#endif
