@@ -163,9 +163,7 @@ HttpReply Platform::sendReply(const ServiceReply& reply, const SessionCipher* ci
     return answer;
 }
 
-Misbehaviour Platform::ruleOfOption() {
-    return ++m_serviceRequests % m_every == 0 ? m_rule : Misbehaviour();
-}
+Misbehaviour Platform::ruleOfOption() { return ++m_serviceRequests % m_every == 0 ? m_rule : Misbehaviour(); }
 
 void Platform::wait(std::chrono::milliseconds delay) {
     if (delay.count() > 0) {

@@ -16,9 +16,7 @@ namespace {
 std::atomic<bool> stopAsked{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it");
 
-void askToStop(int) {
-    stopAsked = true;
-}
+void askToStop(int) { stopAsked = true; }
 
 void waitUntilAskedToStop() {
     while (!stopAsked) {
