@@ -27,5 +27,9 @@
 #include <vloxlib/thread/Windows/WindowsThread.h>
 #include <vloxlib/utility/RapidJsonUtils.h>
 #include <vloxlib/utility/StringUtils.h>
+#include <win32/VLOXBase.h>
+#include <win32/VloxModuleAbstract.h>
+#include <win32/VloxNetWorkStateMonitor.h>
+#include <win32/vloxCommonlib.h>
 
 #endif

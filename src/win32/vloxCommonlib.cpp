@@ -1,0 +1,198 @@
+#include "win32/vloxCommonlib.h"
+
+#include <Poco/Path.h>
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+
+#include "vloxlib/ConfigManager.h"
+#include "vloxlib/Context.h"
+#include "vloxlib/log/vloxLog.h"
+#include "vloxlib/thread/Windows/WindowsThread.h"
+#include "vloxlib/utility/RapidJsonUtils.h"
+#include "win32/Identity.h"
+#include "win32/VLOXBase.h"
+#include "win32/VloxModuleAbstract.h"
+#include "win32/VloxNetWorkStateMonitor.h"
+
+using namespace vloxlib;
+
+namespace {
+
+constexpr int kInvalidArgument = -201;
+constexpr int kNoUsableJson = -112;
+constexpr int kUnknownKey = -1010;
+constexpr int kLastDeviceType = 7;
+constexpr char kLoggerName[] = "windows_sdk";
+constexpr char kVersion[] =
+    "windows_sdk-vloxlib-android-3.1.0-SNAPSHOT.a.18701-20190926";  // the same everywhere
+
+void startLogging(const SdkLogParam& logParam) {
+    VLOXBase::registerReleaseFunc([](__int64) { return 0; });
+    if (logParam.logDir == nullptr) {
+        return;
+    }
+    const std::string logDir = logParam.logDir;
+    Context::getInstance()->setContext(CONTEXT_LOG_DIR, logDir);
+    const std::string path = logDir + Poco::Path::separator() + kLoggerName + ".log";
+    create_logger(kLoggerName, path.c_str(), logParam.debugOutput != 0);
+    set_logger_level(logParam.logLevel);
+}
+
+void fillContext(const char* dataDir, int deviceType) {
+    Context& context = *Context::getInstance();
+    context.setContext(CONTEXT_DATA_DIR, dataDir);
+    context.setContext(CONTEXT_DEVICE_TYPE, deviceType);
+    context.setContext(CONTEXT_RESERVED_1, 0);
+    context.setContext(CONTEXT_DEVICE_ID, deviceId());
+    context.setContext(CONTEXT_OS_NAME, osName());
+    context.setContext(CONTEXT_RESERVED_5, 0);
+    context.setContext(CONTEXT_RESERVED_4, "");
+    context.setContext(CONTEXT_RESERVED_6, "");
+}
+
+// Never destroyed, since the thread never ends.
+WindowsThread& networkThread() {
+    static WindowsThread* const thread = new WindowsThread(new NetWorkStateMonitor);
+    return *thread;
+}
+
+// Null for an unknown client.
+std::shared_ptr<ConfigManager> configOf(__int64 clientId) {
+    if (!VLOXBase::clientExist(clientId)) {
+        return nullptr;
+    }
+    return ConfigManager::getInstance(VLOXBase::getUserInfo(clientId).getVloxID());
+}
+
+int copyText(char* dst, int dstLen, const std::string& text) {
+    return copy_string(dst, dstLen, text.data(), static_cast<int>(text.size()));
+}
+
+}  // namespace
+
+int initialize(SdkLogParam logParam, const char* dataDir, int deviceType) {
+    if (dataDir == nullptr || deviceType < 0 || deviceType > kLastDeviceType) {
+        return kInvalidArgument;
+    }
+    static std::mutex mutex;
+    static bool loggingStarted = false;  // guarded by mutex; stays false when the log file can't be opened
+    std::lock_guard<std::mutex> lock(mutex);
+    if (!loggingStarted) {
+        startLogging(logParam);
+        loggingStarted = true;
+    }
+    fillContext(dataDir, deviceType);
+    VLOX_LOG(2, "SDK for windows , version :%s", kVersion);
+    networkThread().start();
+    return 0;
+}
+
+int destroySDK() {
+    close_logger();
+    return 0;
+}
+
+void enableBreakPad() {}
+
+__int64 createVloxClient(const char* appId, const char* vloxId) {
+    if (isEmpty(appId) || isEmpty(vloxId)) {
+        return -1;
+    }
+    const __int64 clientId = VLOXBase::creatClient(appId, vloxId);
+    setConfigStr(clientId, CONFIG_FILE_CHUNK_SIZE, "4194304");
+    return clientId;
+}
+
+void loadModule(__int64 clientId, VloxModuleAbstract* module) {
+    if (VLOXBase::clientExist(clientId)) {
+        VLOXBase::registerModule(clientId, module);
+    }
+}
+
+void unloadModule(__int64 clientId, VloxModuleAbstract* module) {
+    if (VLOXBase::clientExist(clientId)) {
+        VLOXBase::unregisterModule(clientId, module);
+        delete module;
+    }
+}
+
+int setConfigInt(__int64 clientId, _ConfigKey key, int value) {
+    const auto config = configOf(clientId);
+    if (config == nullptr) {
+        return -1;
+    }
+    config->setConfig(key, value);
+    return 0;
+}
+
+int setConfigStr(__int64 clientId, _ConfigKey key, const char* value) {
+    const auto config = configOf(clientId);
+    if (config == nullptr || isEmpty(value)) {
+        return -1;
+    }
+    config->setConfig(key, std::string(value));
+    return 0;
+}
+
+int getConfigInt(__int64 clientId, _ConfigKey key) {
+    const auto config = configOf(clientId);
+    return config == nullptr ? -1 : config->getConfig(key, 0);
+}
+
+int getConfigStr(__int64 clientId, _ConfigKey key, char* dst, int dstLen) {
+    const auto config = configOf(clientId);
+    if (config == nullptr || dst == nullptr) {
+        VLOX_LOG(2, "!VLOXBase::clientExist");
+        return -1;
+    }
+    return copyText(dst, dstLen, config->getConfig(key, ""));
+}
+
+bool getCurrentVloxId(__int64 clientId, char* dst) {
+    if (dst == nullptr || !VLOXBase::clientExist(clientId)) {
+        return false;
+    }
+    const std::string vloxId = VLOXBase::getUserInfo(clientId).getVloxID();
+    vloxId.copy(dst, vloxId.size());
+    return true;
+}
+
+int copy_string(char* dst, int dstLen, const char* src, int srcLen) {
+    if (srcLen >= dstLen) {
+        VLOX_LOG(4, "srcLen >= dstLen, %d >= %d", srcLen, dstLen);
+        return -1;
+    }
+    if (dst == nullptr || srcLen < 0 || (src == nullptr && srcLen > 0)) {
+        return -1;
+    }
+    std::copy_n(src, srcLen, dst);
+    dst[srcLen] = '\0';
+    return 0;
+}
+
+bool isEmpty(const char* text) { return text == nullptr || *text == '\0'; }
+
+int getDataStrFromResultStr(const std::string& resultStr, std::string& data) {
+    rapidjson::Document result;
+    int returnCode = 0;
+    if (!RapidJsonUtils::parse(resultStr, result) ||
+        !RapidJsonUtils::getMemberInt(result, "returnCode", returnCode)) {
+        return kNoUsableJson;
+    }
+    if (returnCode != 0) {
+        VLOX_LOG(4, "httpReqest fail returnCode=%d", returnCode);
+        return returnCode;
+    }
+    if (!RapidJsonUtils::getMemberString(result, "data", data)) {
+        VLOX_LOG(4, "httpReqest result is empty, resultStr=%s", resultStr.c_str());
+    }
+    return 0;
+}
+
+int getLatesResult(const std::map<std::string, std::string>& results, const std::string& key, char* dst,
+                   int dstLen) {
+    const auto place = results.find(key);
+    return place == results.end() ? kUnknownKey : copyText(dst, dstLen, place->second);
+}
