@@ -1,21 +1,72 @@
 /// @file
 /// @brief The one log call of the library and of the business modules, and the process-wide logger behind it.
+///
+/// Levels: 0 trace, 1 debug, 2 info, 3 warn, 4 error, 5 critical. Paths are UTF-8, with either separator.
 #ifndef VLOXLIB_LOG_VLOXLOG_H
 #define VLOXLIB_LOG_VLOXLOG_H
 
 #include <vloxlib/Export.h>
 #include <vloxlib/Types.h>
+#include <vloxlib/log/FunctionName.h>
+
+// Compilers that know it check the arguments of a log call against its format.
+#if defined(__MINGW32__) && !defined(__clang__)
+#define VLOX_PRINTF_LIKE(format, first) __attribute__((format(gnu_printf, format, first)))
+#elif defined(__GNUC__)
+#define VLOX_PRINTF_LIKE(format, first) __attribute__((format(printf, format, first)))
+#else
+#define VLOX_PRINTF_LIKE(format, first)
+#endif
 
 extern "C" {
 
+/// @brief Makes the process-wide logger, in place of an earlier one, and removes its files older than seven days.
+///
+/// The file of a day is named after the path: "dir/windows_sdk.log" gives "dir/windows_sdk_2019-09-26.log".
+/// The level starts at 2. Lines are written by one thread of the logger's own: an error at once, others after
+/// ten lines or two seconds.
+/// @param name the logger's name; null or empty refuses the logger: no file is made and every line is dropped.
+/// @param path the file's path before the date is put in; null or empty refuses the logger too.
+/// @param debugOutput also sends the lines to the debugger, on systems that have such an output.
+/// @throws spdlog::spdlog_ex (a std::exception) when the file can't be opened; an earlier logger then stays.
+/// @note Not to be called from two threads at once. After close_logger() a logger has no writing thread any
+/// more: its lines are lost with a complaint on the standard error output.
 VLOX_API void create_logger(const char* name, const char* path, bool debugOutput);
+
+/// @brief Writes out what is queued, closes the file and ends the writing thread; later lines vanish.
 VLOX_API void close_logger();
+
+/// @brief Lines below the level are dropped from now on. Levels outside 0 to 5 are ignored.
 VLOX_API void set_logger_level(int level);
-VLOX_API int vloxprint_v2(int level, const char* sourceFile, const char* function, int line,
-                          const char* format, ...);
+
+/// @brief Logs one line; prefer VLOX_LOG(), which fills in the call site.
+///
+/// Threads: any, at any time; lines of one thread keep their order. The caller formats and enqueues; it waits
+/// only while 2048 lines are queued. All texts are copied before the call returns.
+/// @param sourceFile the source file as compiled; directories are cut off, whichever separator they use.
+/// @param function the qualified name of the calling function.
+/// @param format a printf format; the line is cut to 2048 bytes.
+/// @return 0; no meaning to the caller. Errors of writing never reach it.
+VLOX_API int vloxprint_v2(int level, const char* sourceFile, const char* function, int line, const char* format,
+                          ...) VLOX_PRINTF_LIKE(5, 6);
+
+/// @brief Copies the log files last written between two times.
+/// @param destination an existing directory, into which each file goes under its own name. Any other path is
+/// taken as one file, which the last of them overwrites.
+/// @param begin, end seconds since the epoch, both included; begin is to be less than end.
+/// @return 0, also when nothing or not everything could be copied; -1 without a logger.
+VLOX_API int collect_sdk_log(const char* destination, __int64 begin, __int64 end);
+
+/// @brief Removes the log files that were last written at or before a time, in seconds since the epoch.
+VLOX_API void remove_histroy_log_files(__int64 before);
 
 }  // extern "C"
 
-#define VLOX_LOG(level, ...) vloxprint_v2(level, __FILE__, __func__, __LINE__, __VA_ARGS__)
+/// Logs one line, printf-style, with the call site: VLOX_LOG(4, "can't open %s", path).
+#define VLOX_LOG(level, ...)                                                                             \
+    do {                                                                                                 \
+        static constexpr auto vloxFunctionName = VLOX_FUNCTION_NAME;                                     \
+        vloxprint_v2(level, __FILE__, ::vloxlib::functionNameText(vloxFunctionName), __LINE__, __VA_ARGS__); \
+    } while (false)
 
 #endif

@@ -1,0 +1,115 @@
+#ifndef VLOXLIB_LOG_LOGQUEUE_H
+#define VLOXLIB_LOG_LOGQUEUE_H
+
+#include <spdlog/details/log_msg.h>
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+
+namespace vloxlib {
+
+class WorkerLogger;
+
+/// @brief One message to the worker; its texts are copies, so that a caller's may go as soon as the call returns.
+class LogRecord {
+public:
+    enum class Kind { Log, Flush, Retire, Terminate };
+
+    /// A record without texts.
+    void set(Kind kind, WorkerLogger* logger);
+    /// A line. `longTexts` holds the texts when they don't fit in the record itself, see textsSize().
+    void setLine(WorkerLogger* logger, const spdlog::details::log_msg& line, std::unique_ptr<char[]> longTexts);
+
+    Kind kind() const { return m_kind; }
+    WorkerLogger* logger() const { return m_logger; }
+    /// The line as the sinks take it; valid while the record stays as it is.
+    spdlog::details::log_msg line() const;
+
+    /// Memory for texts that don't fit in a record, null for those that do.
+    static std::unique_ptr<char[]> memoryForTexts(const spdlog::details::log_msg& line);
+
+private:
+    // Most lines fit, and a record takes four cache lines.
+    static constexpr std::size_t kInlineSize = 184;
+
+    Kind m_kind = Kind::Log;
+    WorkerLogger* m_logger = nullptr;
+    spdlog::log_clock::time_point m_time;
+    std::size_t m_threadId = 0;
+    spdlog::level::level_enum m_level = spdlog::level::info;
+    int m_lineNumber = 0;
+    // Source name, function and message, each with a terminator, one behind the other.
+    unsigned m_functionAt = 0;
+    unsigned m_messageAt = 0;
+    unsigned m_messageSize = 0;
+    std::unique_ptr<char[]> m_longTexts;
+    std::array<char, kInlineSize> m_texts;
+};
+
+/// @brief A bounded queue of records with many writers and one reader, in the order of writing.
+///
+/// Memory is taken once. Writers wait while it is full; the reader works on records in place, and they count
+/// until it releases them.
+class LogQueue {
+public:
+    static constexpr std::size_t kCapacity = 2048;
+
+    LogQueue() : m_records(new LogRecord[kCapacity]) {}
+
+    /// Calls fill(record) on the next free record, waiting for one. @return false: the queue is closed.
+    template <typename Fill>
+    bool write(Fill fill);
+
+    /// Waits until there is something to read. @return how many records, 0 when the time passed first.
+    std::size_t waitForRecords(std::chrono::seconds limit);
+    /// The reader's record, counted from the oldest.
+    LogRecord& record(std::size_t index) { return m_records[(m_read + index) % kCapacity]; }
+    /// Gives the oldest records back to the writers.
+    void release(std::size_t count);
+    /// The end, in two steps of the reader: from beginClose() on writers wait while what is queued is read, and
+    /// close() tells them that nothing can be written any more.
+    void beginClose();
+    void close();
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_notEmpty;
+    std::condition_variable m_notFull;
+    bool m_closing = false;            // guarded by m_mutex
+    bool m_closed = false;             // guarded by m_mutex
+    bool m_readerWaits = false;        // guarded by m_mutex
+    std::size_t m_writersWaiting = 0;  // guarded by m_mutex
+    std::size_t m_written = 0;         // guarded by m_mutex
+    std::size_t m_read = 0;            // written by the reader under m_mutex, read by the reader without
+    std::unique_ptr<LogRecord[]> m_records;
+};
+
+template <typename Fill>
+bool LogQueue::write(Fill fill) {
+    bool wake = false;
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        ++m_writersWaiting;
+        m_notFull.wait(lock, [this] { return m_closed || (!m_closing && m_written - m_read < kCapacity); });
+        --m_writersWaiting;
+        if (m_closed) {
+            return false;
+        }
+        fill(m_records[m_written % kCapacity]);
+        ++m_written;
+        wake = m_readerWaits;
+        m_readerWaits = false;
+    }
+    if (wake) {
+        m_notEmpty.notify_one();
+    }
+    return true;
+}
+
+}  // namespace vloxlib
+
+#endif

@@ -1,0 +1,171 @@
+#include "vloxlib/log/LogWorker.h"
+
+#include <spdlog/details/registry.h>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace vloxlib {
+
+namespace {
+
+constexpr std::chrono::seconds kShortWait(2);
+constexpr std::chrono::seconds kLongWait(600);
+constexpr std::size_t kFlushBatch = 10;
+// Records are given back to waiting writers in steps of this size.
+constexpr std::size_t kStep = 256;
+
+std::atomic<LogWorker*> s_started{nullptr};
+thread_local bool s_isWorker = false;
+
+}  // namespace
+
+// Made after the registry, and so destroyed before it: the worker flushes through the registry.
+class LogWorker::ExitHook {
+public:
+    explicit ExitHook(LogWorker& worker) : m_worker(worker) {}
+    ~ExitHook() { m_worker.end(State::ProcessEnds); }
+    ExitHook(const ExitHook&) = delete;
+    ExitHook& operator=(const ExitHook&) = delete;
+
+private:
+    LogWorker& m_worker;
+};
+
+LogWorker& LogWorker::instance() {
+    static LogWorker& worker = *new LogWorker;
+    static const ExitHook hook(worker);
+    return worker;
+}
+
+void LogWorker::close() {
+    if (LogWorker* worker = s_started.load()) {
+        worker->end(State::Closed);
+    }
+}
+
+LogWorker::LogWorker() {
+    spdlog::details::registry::instance();
+    m_thread = std::thread([this] { run(); });
+    s_started = this;
+}
+
+void LogWorker::end(State state) {
+    State running = State::Running;
+    if (m_state.compare_exchange_strong(running, state)) {
+        m_queue.write([](LogRecord& record) { record.set(LogRecord::Kind::Terminate, nullptr); });
+        m_thread.join();
+    }
+}
+
+void LogWorker::checkNotClosed(const char* complaint) const {
+    if (m_state == State::Closed) {
+        spdlog::throw_spdlog_ex(complaint);
+    }
+}
+
+void LogWorker::postLine(WorkerLogger& logger, const spdlog::details::log_msg& line) {
+    std::unique_ptr<char[]> longTexts = LogRecord::memoryForTexts(line);
+    if (!m_queue.write([&](LogRecord& record) { record.setLine(&logger, line, std::move(longTexts)); })) {
+        checkNotClosed("async log: thread pool doesn't exist anymore");
+        logger.writeLine(line);
+        logger.flushSinks();
+    }
+}
+
+void LogWorker::postFlush(WorkerLogger& logger) {
+    if (s_isWorker) {
+        logger.flushSinks();
+    } else if (!m_queue.write([&](LogRecord& record) { record.set(LogRecord::Kind::Flush, &logger); })) {
+        checkNotClosed("async flush: thread pool doesn't exist anymore");
+        logger.flushSinks();
+    }
+}
+
+void LogWorker::postRetire(WorkerLogger& logger) {
+    m_queue.write([&](LogRecord& record) { record.set(LogRecord::Kind::Retire, &logger); });
+}
+
+void LogWorker::run() {
+    s_isWorker = true;
+    std::chrono::seconds currentWait = kShortWait;
+    bool running = true;
+    while (running) {
+        const std::size_t count = m_queue.waitForRecords(currentWait);
+        if (count > 0) {
+            running = work(std::min(count, kStep));
+            currentWait = kShortWait;
+        } else {
+            if (currentWait <= kShortWait) {
+                flushAll();
+            }
+            currentWait = kLongWait;
+        }
+    }
+    m_queue.beginClose();
+    while (const std::size_t count = m_queue.waitForRecords(std::chrono::seconds(0))) {
+        work(count);
+    }
+    flushAll();
+    m_queue.close();
+}
+
+// The tenth lines within one step are flushed in one go, behind the last of them.
+bool LogWorker::work(std::size_t count) {
+    const std::size_t flushAfter = count - std::min(count, (m_sinceFlush + count) % kFlushBatch);
+    bool running = true;
+    for (std::size_t i = 0; i < count; ++i) {
+        running = handle(m_queue.record(i)) && running;
+        if (i + 1 == flushAfter && m_sinceFlush >= kFlushBatch) {
+            flushAll();
+        }
+    }
+    m_queue.release(count);
+    return running;
+}
+
+bool LogWorker::handle(const LogRecord& record) {
+    switch (record.kind()) {
+        case LogRecord::Kind::Log:
+            record.logger()->writeLine(record.line());
+            ++m_sinceFlush;
+            break;
+        case LogRecord::Kind::Flush:
+            record.logger()->flushSinks();
+            break;
+        case LogRecord::Kind::Retire:
+            record.logger()->flushSinks();
+            record.logger()->dropSinks();
+            break;
+        case LogRecord::Kind::Terminate:
+            return false;
+    }
+    return true;
+}
+
+void LogWorker::flushAll() {
+    spdlog::details::registry::instance().flush_all();
+    m_sinceFlush = 0;
+}
+
+WorkerLogger::WorkerLogger(std::string name, std::vector<spdlog::sink_ptr> sinks)
+    : spdlog::logger(std::move(name), sinks.begin(), sinks.end()) {}
+
+void WorkerLogger::sink_it_(const spdlog::details::log_msg& line) {
+    try {
+        LogWorker::instance().postLine(*this, line);
+    } catch (const std::exception& error) {
+        err_handler_(error.what());
+    }
+}
+
+void WorkerLogger::flush_() {
+    try {
+        LogWorker::instance().postFlush(*this);
+    } catch (const std::exception& error) {
+        err_handler_(error.what());
+    }
+}
+
+}  // namespace vloxlib

@@ -1,0 +1,74 @@
+#ifndef VLOXLIB_LOG_LOGWORKER_H
+#define VLOXLIB_LOG_LOGWORKER_H
+
+#include <spdlog/logger.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "vloxlib/log/LogQueue.h"
+
+namespace vloxlib {
+
+/// @brief The one thread that writes log lines, with its wait and flush rule.
+///
+/// A burst is flushed every ten lines, and two seconds after the last line everything is; an idle worker wakes
+/// every ten minutes only.
+/// Life: one per process, never destroyed, because threads without an end may log while the process goes down.
+/// It runs from the first use to close(), or to the end of the process. Then what is queued is written, and each
+/// later line is written by its caller.
+/// Threads: all operations from any thread.
+class LogWorker {
+public:
+    /// @brief The worker; the first call starts its thread.
+    static LogWorker& instance();
+    /// @brief Writes what is queued, flushes it and ends the thread for good; nothing on a worker never started.
+    static void close();
+
+    /// @brief Queues a line, waiting for room. @throws spdlog::spdlog_ex when the worker is closed.
+    void postLine(WorkerLogger& logger, const spdlog::details::log_msg& line);
+    /// @brief Has the logger's sinks flushed, behind the lines queued so far. @throws as postLine().
+    void postFlush(WorkerLogger& logger);
+    /// @brief Has the logger's sinks dropped, and so their files closed, behind the lines queued so far.
+    void postRetire(WorkerLogger& logger);
+
+private:
+    class ExitHook;
+    enum class State { Running, Closed, ProcessEnds };
+
+    LogWorker();
+    void end(State state);
+    void checkNotClosed(const char* complaint) const;
+    void run();
+    bool work(std::size_t count);
+    bool handle(const LogRecord& record);
+    void flushAll();
+
+    LogQueue m_queue;
+    std::atomic<State> m_state{State::Running};
+    std::size_t m_sinceFlush = 0;  // the worker's own
+    std::thread m_thread;
+};
+
+/// @brief A logger of spdlog whose lines go through the worker.
+///
+/// Never destroyed once a line was posted: the queue and late callers hold plain pointers.
+class WorkerLogger : public spdlog::logger {
+public:
+    WorkerLogger(std::string name, std::vector<spdlog::sink_ptr> sinks);
+
+    // The other end, for who writes: the worker, or at the end of the process the caller itself.
+    void writeLine(const spdlog::details::log_msg& line) { spdlog::logger::sink_it_(line); }
+    void flushSinks() { spdlog::logger::flush_(); }
+    void dropSinks() { sinks().clear(); }
+
+protected:
+    void sink_it_(const spdlog::details::log_msg& line) override;
+    void flush_() override;
+};
+
+}  // namespace vloxlib
+
+#endif
