@@ -17,6 +17,7 @@
 #include <vloxlib/http/HttpRequestShare.h>
 #include <vloxlib/http/HttpTypes.h>
 #include <vloxlib/http/TransferData.h>
+#include <vloxlib/log/FunctionName.h>
 #include <vloxlib/log/vloxLog.h>
 #include <vloxlib/network/NetworkChangedListener.h>
 #include <vloxlib/network/NetworkInfo.h>
@@ -25,6 +26,7 @@
 #include <vloxlib/thread/Windows/WindowsCondition.h>
 #include <vloxlib/thread/Windows/WindowsMutex.h>
 #include <vloxlib/thread/Windows/WindowsThread.h>
+#include <vloxlib/utility/FileUtil.h>
 #include <vloxlib/utility/RapidJsonUtils.h>
 #include <vloxlib/utility/StringUtils.h>
 #include <win32/VLOXBase.h>

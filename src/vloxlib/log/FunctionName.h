@@ -6,8 +6,9 @@
 #include <cstddef>
 
 #if defined(__GNUC__)
-#define VLOX_FUNCTION_NAME \
-    ::vloxlib::cutFunctionName<::vloxlib::SignatureReader(__PRETTY_FUNCTION__).nameSize()>(__PRETTY_FUNCTION__)
+#define VLOX_FUNCTION_NAME                                                                  \
+    ::vloxlib::cutFunctionName<::vloxlib::SignatureReader(__PRETTY_FUNCTION__).nameSize()>( \
+        __PRETTY_FUNCTION__)
 #else
 #define VLOX_FUNCTION_NAME __FUNCTION__
 #endif
@@ -40,7 +41,8 @@ public:
     }
     /// The name's length without a terminator.
     constexpr std::size_t nameSize() const { return copyName(nullptr); }
-    /// Writes the name, without a terminator, unless `to` is null. Parameters of enclosing functions are left out.
+    /// Writes the name, without a terminator, unless `to` is null. Parameters of enclosing functions are left
+    /// out.
     constexpr std::size_t copyName(char* to) const {
         std::size_t length = 0;
         std::size_t angles = 0;

@@ -14,7 +14,8 @@ public:
     /// Refused, with logger() null and nothing touched, when name or path is null or empty.
     /// @param path UTF-8, with either separator.
     /// @throws spdlog::spdlog_ex when the file can't be opened.
-    GenericLogger(const char* name, const char* path, bool debugOutput, int sinkMode, int maxFiles, int maxFileSize);
+    GenericLogger(const char* name, const char* path, bool debugOutput, int sinkMode, int maxFiles,
+                  int maxFileSize);
     virtual ~GenericLogger();
     GenericLogger(const GenericLogger&) = delete;
     GenericLogger& operator=(const GenericLogger&) = delete;
@@ -32,7 +33,8 @@ private:
     std::shared_ptr<WorkerLogger> m_logger;
 };
 
-/// @brief The process-wide logger, null when there is none. Only between create_logger() and close_logger() calls.
+/// @brief The process-wide logger, null when there is none. Only between create_logger() and close_logger()
+/// calls.
 std::shared_ptr<GenericLogger> processLogger();
 
 /// @brief Makes a logger the process-wide one; an earlier one writes what is queued and closes its file.

@@ -42,7 +42,8 @@ struct LogFileRule {
 }  // namespace
 
 // The log files that were last written between two times, both included.
-static std::vector<std::string> collect_log_path_name(const std::string& logPath, __int64 begin, __int64 end) {
+static std::vector<std::string> collect_log_path_name(const std::string& logPath, __int64 begin,
+                                                      __int64 end) {
     std::vector<std::string> found;
     if (begin >= end) {
         VLOX_LOG(4, "time begin: %lld. time end :%lld \n", begin, end);

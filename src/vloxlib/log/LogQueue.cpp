@@ -24,8 +24,8 @@ void LogRecord::set(Kind kind, WorkerLogger* logger) {
 }
 
 std::unique_ptr<char[]> LogRecord::memoryForTexts(const spdlog::details::log_msg& line) {
-    const std::size_t size =
-        sizeWithTerminator(line.source.filename) + sizeWithTerminator(line.source.funcname) + line.payload.size() + 1;
+    const std::size_t size = sizeWithTerminator(line.source.filename) +
+                             sizeWithTerminator(line.source.funcname) + line.payload.size() + 1;
     return size > kInlineSize ? std::make_unique<char[]>(size) : nullptr;
 }
 

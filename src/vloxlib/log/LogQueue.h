@@ -14,7 +14,8 @@ namespace vloxlib {
 
 class WorkerLogger;
 
-/// @brief One message to the worker; its texts are copies, so that a caller's may go as soon as the call returns.
+/// @brief One message to the worker; its texts are copies, so that a caller's may go as soon as the call
+/// returns.
 class LogRecord {
 public:
     enum class Kind { Log, Flush, Retire, Terminate };
@@ -22,7 +23,8 @@ public:
     /// A record without texts.
     void set(Kind kind, WorkerLogger* logger);
     /// A line. `longTexts` holds the texts when they don't fit in the record itself, see textsSize().
-    void setLine(WorkerLogger* logger, const spdlog::details::log_msg& line, std::unique_ptr<char[]> longTexts);
+    void setLine(WorkerLogger* logger, const spdlog::details::log_msg& line,
+                 std::unique_ptr<char[]> longTexts);
 
     Kind kind() const { return m_kind; }
     WorkerLogger* logger() const { return m_logger; }
@@ -70,8 +72,8 @@ public:
     LogRecord& record(std::size_t index) { return m_records[(m_read + index) % kCapacity]; }
     /// Gives the oldest records back to the writers.
     void release(std::size_t count);
-    /// The end, in two steps of the reader: from beginClose() on writers wait while what is queued is read, and
-    /// close() tells them that nothing can be written any more.
+    /// The end, in two steps of the reader: from beginClose() on writers wait while what is queued is read,
+    /// and close() tells them that nothing can be written any more.
     void beginClose();
     void close();
 

@@ -14,17 +14,17 @@ namespace vloxlib {
 
 /// @brief The one thread that writes log lines, with its wait and flush rule.
 ///
-/// A burst is flushed every ten lines, and two seconds after the last line everything is; an idle worker wakes
-/// every ten minutes only.
-/// Life: one per process, never destroyed, because threads without an end may log while the process goes down.
-/// It runs from the first use to close(), or to the end of the process. Then what is queued is written, and each
-/// later line is written by its caller.
-/// Threads: all operations from any thread.
+/// A burst is flushed every ten lines, and two seconds after the last line everything is; an idle worker
+/// wakes every ten minutes only. Life: one per process, never destroyed, because threads without an end may
+/// log while the process goes down. It runs from the first use to close(), or to the end of the process. Then
+/// what is queued is written, and each later line is written by its caller. Threads: all operations from any
+/// thread.
 class LogWorker {
 public:
     /// @brief The worker; the first call starts its thread.
     static LogWorker& instance();
-    /// @brief Writes what is queued, flushes it and ends the thread for good; nothing on a worker never started.
+    /// @brief Writes what is queued, flushes it and ends the thread for good; nothing on a worker never
+    /// started.
     static void close();
 
     /// @brief Queues a line, waiting for room. @throws spdlog::spdlog_ex when the worker is closed.

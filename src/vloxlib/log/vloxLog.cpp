@@ -25,9 +25,9 @@ constexpr std::size_t kMaxLine = 2048;
 // What a log call uses: null without a logger and with a refused one.
 std::atomic<WorkerLogger*> s_lineLogger{nullptr};
 
-// All loggers of the process, the last one being the current one, null after close_logger(). They are kept, closed
-// and without sinks: a call on another thread may still be looking at one. Never destroyed, since threads without
-// an end log while the process goes down.
+// All loggers of the process, the last one being the current one, null after close_logger(). They are kept,
+// closed and without sinks: a call on another thread may still be looking at one. Never destroyed, since
+// threads without an end log while the process goes down.
 std::vector<std::shared_ptr<GenericLogger>>& loggers() {
     static auto& all = *new std::vector<std::shared_ptr<GenericLogger>>(1);
     return all;

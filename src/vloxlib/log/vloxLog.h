@@ -11,21 +11,23 @@
 
 // Compilers that know it check the arguments of a log call against its format.
 #if defined(__MINGW32__) && !defined(__clang__)
-#define VLOX_PRINTF_LIKE(format, first) __attribute__((format(gnu_printf, format, first)))
+#define VLOX_PRINTF_LIKE(text, first) __attribute__((format(gnu_printf, text, first)))
 #elif defined(__GNUC__)
-#define VLOX_PRINTF_LIKE(format, first) __attribute__((format(printf, format, first)))
+#define VLOX_PRINTF_LIKE(text, first) __attribute__((format(printf, text, first)))
 #else
-#define VLOX_PRINTF_LIKE(format, first)
+#define VLOX_PRINTF_LIKE(text, first)
 #endif
 
 extern "C" {
 
-/// @brief Makes the process-wide logger, in place of an earlier one, and removes its files older than seven days.
+/// @brief Makes the process-wide logger, in place of an earlier one, and removes its files older than seven
+/// days.
 ///
 /// The file of a day is named after the path: "dir/windows_sdk.log" gives "dir/windows_sdk_2019-09-26.log".
 /// The level starts at 2. Lines are written by one thread of the logger's own: an error at once, others after
 /// ten lines or two seconds.
-/// @param name the logger's name; null or empty refuses the logger: no file is made and every line is dropped.
+/// @param name the logger's name; null or empty refuses the logger: no file is made and every line is
+/// dropped.
 /// @param path the file's path before the date is put in; null or empty refuses the logger too.
 /// @param debugOutput also sends the lines to the debugger, on systems that have such an output.
 /// @throws spdlog::spdlog_ex (a std::exception) when the file can't be opened; an earlier logger then stays.
@@ -47,8 +49,8 @@ VLOX_API void set_logger_level(int level);
 /// @param function the qualified name of the calling function.
 /// @param format a printf format; the line is cut to 2048 bytes.
 /// @return 0; no meaning to the caller. Errors of writing never reach it.
-VLOX_API int vloxprint_v2(int level, const char* sourceFile, const char* function, int line, const char* format,
-                          ...) VLOX_PRINTF_LIKE(5, 6);
+VLOX_API int vloxprint_v2(int level, const char* sourceFile, const char* function, int line,
+                          const char* format, ...) VLOX_PRINTF_LIKE(5, 6);
 
 /// @brief Copies the log files last written between two times.
 /// @param destination an existing directory, into which each file goes under its own name. Any other path is
@@ -63,9 +65,9 @@ VLOX_API void remove_histroy_log_files(__int64 before);
 }  // extern "C"
 
 /// Logs one line, printf-style, with the call site: VLOX_LOG(4, "can't open %s", path).
-#define VLOX_LOG(level, ...)                                                                             \
-    do {                                                                                                 \
-        static constexpr auto vloxFunctionName = VLOX_FUNCTION_NAME;                                     \
+#define VLOX_LOG(level, ...)                                                                                 \
+    do {                                                                                                     \
+        static constexpr auto vloxFunctionName = VLOX_FUNCTION_NAME;                                         \
         vloxprint_v2(level, __FILE__, ::vloxlib::functionNameText(vloxFunctionName), __LINE__, __VA_ARGS__); \
     } while (false)
 

@@ -1,19 +1,19 @@
 #ifndef VLOXLIB_UTILITY_FILEUTIL_H
 #define VLOXLIB_UTILITY_FILEUTIL_H
 
+#include <vloxlib/Export.h>
+#include <vloxlib/Types.h>
 #include <cstdio>
 #include <string>
 #include <vector>
-#include <vloxlib/Export.h>
-#include <vloxlib/Types.h>
 
 namespace vloxlib {
 
 /// @brief Stateless operations over files. Paths are UTF-8.
 ///
 /// Threads: all operations from any thread; two writers of one file aren't coordinated.
-/// Errors: results only, no file error leaves as an exception; each failure is logged at level 3. Int results are
-/// 0 for success and -1 for every failure. What a failed operation has done so far stays.
+/// Errors: results only, no file error leaves as an exception; each failure is logged at level 3. Int results
+/// are 0 for success and -1 for every failure. What a failed operation has done so far stays.
 class VLOX_API FileUtil {
 public:
     /// @return 0 when something is at the path, -1 when not.
