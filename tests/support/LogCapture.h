@@ -21,6 +21,7 @@ public:
     LogCapture() {
         create_logger("capture", m_dir.path("capture.log").c_str(), false);
         set_logger_level(0);
+        m_before = static_cast<std::ptrdiff_t>(lines().size());
     }
     ~LogCapture() { set_logger_level(5); }
     LogCapture(const LogCapture&) = delete;
@@ -35,6 +36,7 @@ public:
             std::vector<std::string> found = fileLines();
             if (!found.empty() && found.back().find(marker) != std::string::npos) {
                 found.erase(std::remove_if(found.begin(), found.end(), isMarker), found.end());
+                found.erase(found.begin(), found.begin() + m_before);
                 return found;
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
@@ -73,6 +75,7 @@ private:
 
     TempDir m_dir;
     mutable int m_markers = 0;
+    std::ptrdiff_t m_before = 0;  // the logger's own lines on its start
 };
 
 }  // namespace vlox_test
