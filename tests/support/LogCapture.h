@@ -53,7 +53,7 @@ public:
     long count(const std::string& levelLetter, const std::string& text) const {
         const std::vector<std::string> all = lines();
         return std::count_if(all.begin(), all.end(), [&](const std::string& line) {
-            return line.find("] [" + levelLetter + "] [") == 24 && line.find(text) != std::string::npos;
+            return line.find("[" + levelLetter + "] [") == 24 && line.find(text) != std::string::npos;
         });
     }
 

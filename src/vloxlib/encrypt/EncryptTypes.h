@@ -1,0 +1,15 @@
+#ifndef VLOXLIB_ENCRYPT_ENCRYPTTYPES_H
+#define VLOXLIB_ENCRYPT_ENCRYPTTYPES_H
+
+namespace vloxlib {
+
+/// How the session key travels; the numbers go over the wire as `asymAlg`. Configuration may hold any other
+/// int.
+enum ASYM_ENCRYPT_TYPE : int { ASYM_NONE = 0, ASYM_SM2 = 2, ASYM_SM9 = 4 };
+
+/// How content is encrypted; the numbers go over the wire as `symAlg`. Configuration may hold any other int.
+enum SYM_ENCRYPT_TYPE : int { SYM_NONE = 0, SYM_AES128_CBC = 1, SYM_SM4 = 2 };
+
+}  // namespace vloxlib
+
+#endif
