@@ -13,6 +13,8 @@
 #include <vloxlib/ServiceVocabulary.h>
 #include <vloxlib/Types.h>
 #include <vloxlib/UserInfo.h>
+#include <vloxlib/database/Sqlite3Functions.h>
+#include <vloxlib/database/Sqlite3Mutex.h>
 #include <vloxlib/dnscache/DNSCache.h>
 #include <vloxlib/dnscache/DNSCacheLog.h>
 #include <vloxlib/dnscache/DnsCacheManager.h>
@@ -60,6 +62,12 @@
 #include <vloxlib/network/NetworkChangedListener.h>
 #include <vloxlib/network/NetworkInfo.h>
 #include <vloxlib/network/NetworkMonitor.h>
+#include <vloxlib/task/BaseResult.h>
+#include <vloxlib/task/BaseTask.h>
+#include <vloxlib/task/QoS.h>
+#include <vloxlib/task/ResultDispatcher.h>
+#include <vloxlib/task/TaskDispatcher.h>
+#include <vloxlib/task/TaskTypes.h>
 #include <vloxlib/thread/Windows/Runnable.h>
 #include <vloxlib/thread/Windows/WindowsCondition.h>
 #include <vloxlib/thread/Windows/WindowsMutex.h>
