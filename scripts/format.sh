@@ -10,7 +10,7 @@ case ${1:-} in
 esac
 
 vlox_setup
-mapfile -t files < <(git ls-files '*.h' '*.cpp')
+mapfile -t files < <(git ls-files --cached --others --exclude-standard '*.h' '*.cpp')
 ((${#files[@]})) || vlox_refuse "no sources found"
 clang-format "${mode[@]}" "${files[@]}"
 echo "${#files[@]} files"

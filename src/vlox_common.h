@@ -68,6 +68,9 @@
 #include <vloxlib/task/ResultDispatcher.h>
 #include <vloxlib/task/TaskDispatcher.h>
 #include <vloxlib/task/TaskTypes.h>
+#include <vloxlib/task/BackOffMode.h>
+#include <vloxlib/task/TaskSweeper.h>
+#include <vloxlib/thread/Timer.h>
 #include <vloxlib/thread/Windows/Runnable.h>
 #include <vloxlib/thread/Windows/WindowsCondition.h>
 #include <vloxlib/thread/Windows/WindowsMutex.h>

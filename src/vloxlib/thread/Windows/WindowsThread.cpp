@@ -8,24 +8,24 @@
 
 namespace vloxlib {
 
-WindowsThread::WindowsThread() = default;
+WindowsThread::WindowsThread() : m_state(std::make_shared<State>()) {}
 
-WindowsThread::WindowsThread(Runnable* runnable) : m_runnable(runnable) {}
+WindowsThread::WindowsThread(Runnable* runnable) : m_state(std::make_shared<State>()), m_runnable(runnable) {}
 
 WindowsThread::WindowsThread(const WindowsThread& other)
-    : m_stat(other.m_stat.load()),
+    : m_state(std::make_shared<State>()),
       m_runnable(other.m_runnable),
       m_thread(other.thread()),
-      m_attributes(other.m_attributes),
-      m_started(other.m_started.load()) {}
+      m_attributes(other.m_attributes) {
+    copyState(other);
+}
 
 WindowsThread& WindowsThread::operator=(const WindowsThread& other) {
     if (this != &other) {
-        m_stat = other.m_stat.load();
+        copyState(other);
         m_runnable = other.m_runnable;
         std::atomic_store(&m_thread, other.thread());
         m_attributes = other.m_attributes;
-        m_started = other.m_started.load();
     }
     return *this;
 }
@@ -33,12 +33,13 @@ WindowsThread& WindowsThread::operator=(const WindowsThread& other) {
 WindowsThread::~WindowsThread() = default;
 
 bool WindowsThread::start() {
-    m_stat = THREAD_STAT_RUNNING;
-    if (m_started.exchange(true)) {
+    m_state->stat = THREAD_STAT_RUNNING;
+    if (m_state->started.exchange(true)) {
         return true;
     }
     try {
-        std::atomic_store(&m_thread, std::make_shared<platform::Thread>([this] { threadBody(this); }));
+        std::atomic_store(&m_thread, std::make_shared<platform::Thread>(
+                                         [this, state = m_state] { threadBody(this, state); }));
     } catch (const std::system_error& error) {
         VLOX_LOG(5, "WindowsThread create thread failed for: %lld",
                  static_cast<long long>(error.code().value()));
@@ -58,7 +59,7 @@ unsigned long WindowsThread::getThreadHandle() const {
     return running ? running->handle() : 0;
 }
 
-eThreadStat WindowsThread::getThreadStat() { return m_stat; }
+eThreadStat WindowsThread::getThreadStat() { return m_state->stat; }
 
 void WindowsThread::setRunnable(Runnable* runnable) { m_runnable = runnable; }
 
@@ -70,13 +71,18 @@ void WindowsThread::run() {
     }
 }
 
-void WindowsThread::threadBody(WindowsThread* self) {
-    self->m_stat = THREAD_STAT_RUNNING;
+void WindowsThread::threadBody(WindowsThread* self, const std::shared_ptr<State>& state) {
+    state->stat = THREAD_STAT_RUNNING;
     self->run();
-    self->m_stat = THREAD_STAT_ENDED;
-    self->m_started = false;
+    state->stat = THREAD_STAT_ENDED;
+    state->started = false;
 }
 
 std::shared_ptr<platform::Thread> WindowsThread::thread() const { return std::atomic_load(&m_thread); }
+
+void WindowsThread::copyState(const WindowsThread& other) {
+    m_state->stat = other.m_state->stat.load();
+    m_state->started = other.m_state->started.load();
+}
 
 }  // namespace vloxlib

@@ -49,15 +49,20 @@ protected:
     virtual void run();  ///< The body: the Runnable's work(), when there is one.
 
 private:
-    static void threadBody(WindowsThread* self);
+    // The thread's share of it: what it still touches when its owner, seeing it ended, has destroyed the
+    // object.
+    struct State {
+        std::atomic<eThreadStat> stat{THREAD_STAT_NOT_STARTED};
+        std::atomic<bool> started{false};
+    };
+    static void threadBody(WindowsThread* self, const std::shared_ptr<State>& state);
     std::shared_ptr<platform::Thread> thread() const;
+    void copyState(const WindowsThread& other);
 
-    std::atomic<eThreadStat> m_stat{THREAD_STAT_NOT_STARTED};
+    std::shared_ptr<State> m_state;
     Runnable* m_runnable = nullptr;
-    std::shared_ptr<platform::Thread>
-        m_thread;  // accessed atomically: start() may replace it during a join()
+    std::shared_ptr<platform::Thread> m_thread;  // accessed atomically: start() may replace it in a join()
     ThreadAttributes m_attributes;
-    std::atomic<bool> m_started{false};
 };
 
 }  // namespace vloxlib
