@@ -10,9 +10,7 @@ std::shared_ptr<ConfigManager> ConfigManager::getInstance(const std::string& key
     return s_holder.getInstance(key);
 }
 
-void ConfigManager::releaseInstance(const std::string& key) {
-    s_holder.releaseInstance(key);
-}
+void ConfigManager::releaseInstance(const std::string& key) { s_holder.releaseInstance(key); }
 
 ConfigManager::ConfigManager(const std::string& vloxId)
     : m_table{{CONFIG_MODULE_FLAG_104, "2"},       {CONFIG_WEB_REQUEST_MODE, "0"},
@@ -32,9 +30,7 @@ void ConfigManager::setConfig(_ConfigKey key, const std::string& value) {
     m_table[key] = value;
 }
 
-void ConfigManager::setConfig(_ConfigKey key, int value) {
-    setConfig(key, decimalText(value));
-}
+void ConfigManager::setConfig(_ConfigKey key, int value) { setConfig(key, decimalText(value)); }
 
 int ConfigManager::getConfig(_ConfigKey key, const int& defaultValue) const {
     WindowsMutexGuard lock(m_mutex);
@@ -46,8 +42,6 @@ std::string ConfigManager::getConfig(_ConfigKey key, const std::string& defaultV
     return lookUp(m_table, key, defaultValue);
 }
 
-const std::string& ConfigManager::getVloxId() const {
-    return m_vloxId;
-}
+const std::string& ConfigManager::getVloxId() const { return m_vloxId; }
 
 }  // namespace vloxlib

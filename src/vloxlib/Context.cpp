@@ -21,9 +21,7 @@ void Context::setContext(ContextKey key, const std::string& value) {
     m_table[key] = value;
 }
 
-void Context::setContext(ContextKey key, int value) {
-    setContext(key, decimalText(value));
-}
+void Context::setContext(ContextKey key, int value) { setContext(key, decimalText(value)); }
 
 int Context::getContext(ContextKey key, const int& defaultValue) const {
     WindowsMutexGuard lock(m_mutex);

@@ -48,9 +48,7 @@ int wireCodeToNative(int wireCode) {
     return kUnknown;
 }
 
-int convertInternalErrorCode(int code) {
-    return code;
-}
+int convertInternalErrorCode(int code) { return code; }
 
 int convertInternalErrorCode(std::string code) {
     int number = 0;

@@ -32,53 +32,29 @@ Number readDecimal(const std::string& text) {
 
 }  // namespace
 
-void toStr(int value, char* buffer) {
-    writeDecimal(value, buffer);
-}
+void toStr(int value, char* buffer) { writeDecimal(value, buffer); }
 
-void toStr(unsigned int value, char* buffer) {
-    writeDecimal(value, buffer);
-}
+void toStr(unsigned int value, char* buffer) { writeDecimal(value, buffer); }
 
-void toStr(long value, char* buffer) {
-    writeDecimal(value, buffer);
-}
+void toStr(long value, char* buffer) { writeDecimal(value, buffer); }
 
-void toStr(unsigned long value, char* buffer) {
-    writeDecimal(value, buffer);
-}
+void toStr(unsigned long value, char* buffer) { writeDecimal(value, buffer); }
 
-void toStr(int64 value, char* buffer) {
-    writeDecimal(value, buffer);
-}
+void toStr(int64 value, char* buffer) { writeDecimal(value, buffer); }
 
-void toStr(unsigned long long value, char* buffer) {
-    writeDecimal(value, buffer);
-}
+void toStr(unsigned long long value, char* buffer) { writeDecimal(value, buffer); }
 
-void strToX(const std::string& text, int& value) {
-    value = readDecimal<int>(text);
-}
+void strToX(const std::string& text, int& value) { value = readDecimal<int>(text); }
 
-void strToX(const std::string& text, unsigned int& value) {
-    value = readDecimal<unsigned int>(text);
-}
+void strToX(const std::string& text, unsigned int& value) { value = readDecimal<unsigned int>(text); }
 
-void strToX(const std::string& text, std::string& value) {
-    value = text;
-}
+void strToX(const std::string& text, std::string& value) { value = text; }
 
-void strToX(const std::string& text, long& value) {
-    value = readDecimal<long>(text);
-}
+void strToX(const std::string& text, long& value) { value = readDecimal<long>(text); }
 
-void strToX(const std::string& text, unsigned long& value) {
-    value = readDecimal<unsigned long>(text);
-}
+void strToX(const std::string& text, unsigned long& value) { value = readDecimal<unsigned long>(text); }
 
-void strToX(const std::string& text, int64& value) {
-    value = readDecimal<int64>(text);
-}
+void strToX(const std::string& text, int64& value) { value = readDecimal<int64>(text); }
 
 void strToX(const std::string& text, unsigned long long& value) {
     value = readDecimal<unsigned long long>(text);
