@@ -32,6 +32,7 @@ public:
     Bytes toPoint() const { return Bytes(m_point.begin(), m_point.end()); }  ///< x || y, 64 bytes
 
 private:
+    friend class MasterKey;
     SystemParameters() = default;
     std::array<std::uint8_t, 64> m_point{};
 };

@@ -1,0 +1,120 @@
+/// @file
+/// @brief The prime fields of SM9 (GM/T 0044.5-2016, parameters): F_p under the curve and Z_n of the scalars.
+#ifndef QUILCRYPTO_SM9_FIELD_H
+#define QUILCRYPTO_SM9_FIELD_H
+
+#include <quilcrypto/sm9/Word256.h>
+
+#include <optional>
+#include <vector>
+
+namespace vloxlib::sm9 {
+
+/// The parameter t = 0x600000000058f98a of the Barreto-Naehrig family, from which p, n and the loops follow.
+inline constexpr std::uint64_t kT = 0x600000000058f98aULL;
+
+/// p = 36t^4 + 36t^3 + 24t^2 + 6t + 1
+struct FieldPrime {
+    static constexpr Modulus kModulus = makeModulus(
+        {0xe56f9b27e351457dULL, 0x21f2934b1a7aeedbULL, 0xd603ab4ff58ec745ULL, 0xb640000002a3a6f1ULL});
+};
+
+/// n = 36t^4 + 36t^3 + 18t^2 + 6t + 1, the prime order of G1, G2 and GT
+struct GroupOrder {
+    static constexpr Modulus kModulus = makeModulus(
+        {0xe56ee19cd69ecf25ULL, 0x49f2934b18ea8beeULL, 0xd603ab4ff58ec744ULL, 0xb640000002a3a6f1ULL});
+};
+
+/// @brief An element of a prime field, kept as a R mod the prime (Montgomery form).
+///
+/// Constant time in the elements, with one exception: none of them is told apart by a branch but in
+/// fromBytes(), isZero() and the comparison, whose answers are public.
+template <typename Prime>
+class Residue {
+public:
+    constexpr Residue() : m_words{} {}  ///< zero
+
+    static constexpr Residue one() { return Residue(modulus().r); }
+    /// @brief Any integer of 256 bits, reduced.
+    static Residue fromInteger(const Word256& a) { return product(a, modulus().rSquared); }
+    static Residue fromInteger(std::uint64_t a) { return fromInteger(Word256{a, 0, 0, 0}); }
+    /// @brief Reads 32 bytes, big-endian. @return nothing for a number that isn't below the prime.
+    static std::optional<Residue> fromBytes(const std::uint8_t* bytes) {
+        const Word256 a = fromBigEndian(bytes);
+        if (!isBelow(a, modulus().value)) return std::nullopt;
+        return fromInteger(a);
+    }
+    Word256 toInteger() const { return product(m_words, Word256{1, 0, 0, 0}).m_words; }
+    void toBytes(std::uint8_t* bytes) const { toBigEndian(toInteger(), bytes); }
+
+    friend Residue operator+(const Residue& a, const Residue& b) {
+        return Residue(addMod(a.m_words, b.m_words, modulus()));
+    }
+    friend Residue operator-(const Residue& a, const Residue& b) {
+        return Residue(subtractMod(a.m_words, b.m_words, modulus()));
+    }
+    friend Residue operator*(const Residue& a, const Residue& b) { return product(a.m_words, b.m_words); }
+    Residue operator-() const { return Residue() - *this; }
+    Residue doubled() const { return *this + *this; }
+    Residue square() const { return *this * *this; }
+
+    /// @brief The power, constant time in the base; the exponent is public.
+    Residue power(const Word256& exponent) const {
+        std::array<Residue, 16> powers{one()};
+        for (std::size_t i = 1; i < powers.size(); ++i) powers[i] = powers[i - 1] * *this;
+        Residue result = one();
+        for (std::size_t digit = 64; digit-- > 0;) {
+            result = result.square().square().square().square();
+            result = result * powers[(exponent[digit / 16] >> (digit % 16 * 4)) & 15];
+        }
+        return result;
+    }
+    /// @brief a^(prime - 2): the inverse, and zero for zero.
+    Residue inverse() const {
+        std::uint64_t borrow = 0;
+        return power(subtract(modulus().value, Word256{2, 0, 0, 0}, borrow));
+    }
+
+    bool isZero() const { return sm9::isZero(m_words); }
+    friend bool operator==(const Residue& a, const Residue& b) { return a.m_words == b.m_words; }
+    friend bool operator!=(const Residue& a, const Residue& b) { return !(a == b); }
+
+    static constexpr const Modulus& modulus() { return Prime::kModulus; }
+
+private:
+    struct Unset {};
+    explicit Residue(Unset) {}  // NOLINT(cppcoreguidelines-pro-type-member-init): about to be written
+    static Residue product(const Word256& a, const Word256& b) {
+        Residue result{Unset()};
+        montgomeryProduct(result.m_words, a, b, modulus());
+        return result;
+    }
+    explicit constexpr Residue(const Word256& words) : m_words(words) {}
+    Word256 m_words;
+};
+
+/// @brief Inverts all elements, none of them zero, with one inversion and three products for each
+/// (Montgomery's trick).
+template <typename F>
+void invertAll(std::vector<F>& elements) {
+    std::vector<F> before;  // the product of all elements in front
+    before.reserve(elements.size());
+    F product = F::one();
+    for (const F& element : elements) {
+        before.push_back(product);
+        product = product * element;
+    }
+    F inverse = product.inverse();
+    for (std::size_t i = elements.size(); i-- > 0;) {
+        const F next = inverse * elements[i];
+        elements[i] = inverse * before[i];
+        inverse = next;
+    }
+}
+
+using Fp = Residue<FieldPrime>;
+using Fn = Residue<GroupOrder>;
+
+}  // namespace vloxlib::sm9
+
+#endif
