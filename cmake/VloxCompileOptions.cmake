@@ -12,6 +12,9 @@ target_compile_options(vlox_options INTERFACE
   $<$<CXX_COMPILER_ID:GNU,Clang>:-Wall -Wextra -Wpedantic -Wshadow -Wconversion>
   $<$<AND:$<BOOL:${VLOX_WARNINGS_AS_ERRORS}>,$<CXX_COMPILER_ID:GNU,Clang>>:-Werror>)
 
+if(VLOX_BUILD_FUZZ AND NOT VLOX_SANITIZE)
+  set(VLOX_SANITIZE address,undefined,fuzzer-no-link)
+endif()
 if(VLOX_SANITIZE)
   add_compile_options(-fsanitize=${VLOX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${VLOX_SANITIZE})
