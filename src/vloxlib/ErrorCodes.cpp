@@ -50,7 +50,8 @@ int wireCodeToNative(int wireCode) {
 
 int convertInternalErrorCode(int code) { return code; }
 
-int convertInternalErrorCode(std::string code) {
+int convertInternalErrorCode(
+    std::string code) {  // NOLINT(performance-unnecessary-value-param): the interface
     int number = 0;
     strToX(code, number);
     return convertInternalErrorCode(number);

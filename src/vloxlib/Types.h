@@ -8,7 +8,7 @@
 // Some compilers bring the name along, as a keyword or, once a standard header is read, as a macro.
 #if !defined(_MSC_VER) && !defined(__int64)
 /// Signed 64-bit integer under the name that the public surface uses; the same type as vloxlib::int64.
-typedef long long __int64;
+typedef long long __int64;  // NOLINT(bugprone-reserved-identifier)
 #endif
 
 namespace vloxlib {

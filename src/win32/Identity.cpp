@@ -53,7 +53,7 @@ std::string osName() {
     for (const auto unit : units) {
         name += static_cast<char>(unit & 0xFF);
     }
-    return name.c_str();  // up to the first zero byte
+    return name.substr(0, name.find('\0'));
 }
 
 }  // namespace vloxlib

@@ -36,7 +36,7 @@ std::string environment(const char* name) {
 
 // Empty when the user has no place for settings. A relative XDG_CONFIG_HOME is to be ignored.
 std::string configHome() {
-    const std::string told = environment("XDG_CONFIG_HOME");
+    std::string told = environment("XDG_CONFIG_HOME");
     if (!told.empty() && told.front() == '/') {
         return told;
     }
