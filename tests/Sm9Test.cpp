@@ -172,10 +172,14 @@ TEST_F(Sm9, FieldsAgreeWithOpenSsl) {
                 ASSERT_EQ(hexOf(expected), hexOf((x - y).toInteger()));
                 BN_mod_mul(expected.get(), numberOf(a).get(), numberOf(b).get(), m.get(), context.get());
                 ASSERT_EQ(hexOf(expected), hexOf((x * y).toInteger()));
-                // the form for other compilers must not fall behind
+                // the forms for other compilers and processors must not fall behind
                 Word256 product;
                 montgomeryProduct(product, a, b, modulus);
                 ASSERT_EQ(product, montgomeryProductPortable(a, b, modulus));
+#ifdef VLOX_SM9_X86_64
+                montgomeryProductByMul(product, a, b, modulus);
+                ASSERT_EQ(product, montgomeryProductPortable(a, b, modulus));
+#endif
                 ASSERT_EQ(addMod(a, b, modulus), addModPortable(a, b, modulus.value));
                 ASSERT_EQ(subtractMod(a, b, modulus), subtractModPortable(a, b, modulus.value));
             }

@@ -53,14 +53,14 @@ std::optional<Fn> hashToScalar(ByteView identity) {
     std::copy(second->begin(), second->begin() + (kHaSize - first->size()),
               std::copy(first->begin(), first->end(), ha.begin()));
 
+    // The first 256 bits are below 2(n - 1), the other 64 come one by one.
     std::uint64_t borrow = 0;
     const Word256 nMinusOne = subtract(GroupOrder::kModulus.value, Word256{1, 0, 0, 0}, borrow);
-    Word256 rest{};
-    for (const std::uint8_t byte : ha) {
-        for (int bit = 7; bit >= 0; --bit) {
-            rest = addModPortable(rest, rest, nMinusOne);
-            rest = addModPortable(rest, Word256{(byte >> bit) & 1U, 0, 0, 0}, nMinusOne);
-        }
+    Word256 rest = addModPortable(fromBigEndian(ha.data()), Word256{}, nMinusOne);
+    for (std::size_t bit = 256; bit < kHaSize * 8; ++bit) {
+        const std::uint64_t value = (ha[bit / 8] >> (7 - bit % 8)) & 1U;
+        rest = addModPortable(rest, rest, nMinusOne);
+        rest = addModPortable(rest, Word256{value, 0, 0, 0}, nMinusOne);
     }
     return Fn::fromInteger(rest) + Fn::one();
 }

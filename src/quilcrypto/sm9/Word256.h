@@ -121,6 +121,8 @@ Word256 montgomeryProductPortable(const Word256& a, const Word256& b, const Modu
 #ifdef VLOX_SM9_X86_64
 
 void montgomeryProduct(Word256& result, const Word256& a, const Word256& b, const Modulus& m);
+/// @brief The same as on processors without MULX.
+void montgomeryProductByMul(Word256& result, const Word256& a, const Word256& b, const Modulus& m);
 
 inline Word256 addMod(const Word256& a, const Word256& b, const Modulus& m) {
     std::uint64_t t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3];
