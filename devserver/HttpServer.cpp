@@ -30,6 +30,12 @@ bool readBody(std::istream& source, std::string& body) {
     return body.size() <= kMostBody;
 }
 
+// Without a length and without chunks there is no body, though the stream would wait for one until the client
+// closes.
+bool announcesBody(const net::HTTPServerRequest& request) {
+    return request.hasContentLength() || request.getChunkedTransferEncoding();
+}
+
 void send(const HttpReply& reply, net::HTTPServerResponse& response) {
     response.setStatusAndReason(static_cast<net::HTTPResponse::HTTPStatus>(reply.status));
     response.setContentType(reply.contentType);
@@ -61,7 +67,7 @@ public:
         read.path = uri.substr(0, question);
         read.query = uri.substr(std::min(question + 1, uri.size()));
         std::copy(request.begin(), request.end(), std::back_inserter(read.headers));
-        if (!readBody(request.stream(), read.body)) {
+        if (announcesBody(request) && !readBody(request.stream(), read.body)) {
             HttpReply tooLong;
             tooLong.status = net::HTTPResponse::HTTP_REQUEST_ENTITY_TOO_LARGE;
             response.setKeepAlive(false);
