@@ -54,8 +54,10 @@
 #include <vloxlib/encrypt/SymEncryptStrategy.h>
 #include <vloxlib/encrypt/SymNoEncryptStrategy.h>
 #include <vloxlib/http/HttpClient.h>
+#include <vloxlib/http/HttpHelper.h>
 #include <vloxlib/http/HttpRequestShare.h>
 #include <vloxlib/http/HttpTypes.h>
+#include <vloxlib/http/LoginInfo.h>
 #include <vloxlib/http/TransferData.h>
 #include <vloxlib/log/FunctionName.h>
 #include <vloxlib/log/vloxLog.h>
