@@ -64,14 +64,14 @@
 #include <vloxlib/network/NetworkChangedListener.h>
 #include <vloxlib/network/NetworkInfo.h>
 #include <vloxlib/network/NetworkMonitor.h>
+#include <vloxlib/task/BackOffMode.h>
 #include <vloxlib/task/BaseResult.h>
 #include <vloxlib/task/BaseTask.h>
 #include <vloxlib/task/QoS.h>
 #include <vloxlib/task/ResultDispatcher.h>
 #include <vloxlib/task/TaskDispatcher.h>
-#include <vloxlib/task/TaskTypes.h>
-#include <vloxlib/task/BackOffMode.h>
 #include <vloxlib/task/TaskSweeper.h>
+#include <vloxlib/task/TaskTypes.h>
 #include <vloxlib/thread/Timer.h>
 #include <vloxlib/thread/Windows/Runnable.h>
 #include <vloxlib/thread/Windows/WindowsCondition.h>
