@@ -9,6 +9,8 @@ namespace vloxlib {
 
 namespace {
 
+constexpr int kBusyMilliseconds = 1000;
+
 constexpr const char* kTables[] = {
     "CREATE TABLE IF NOT EXISTS domain_t ("
     "'id' INTEGER PRIMARY KEY AUTOINCREMENT, "
@@ -79,6 +81,8 @@ bool DnsCacheFile::open(const std::string& path) {
     const int code = sqlite3_open_v2(path.c_str(), &connection, kFlags, nullptr);
     SqliteConnection opened(connection);  // there is one to release even after a failure
     if (code == SQLITE_OK) {
+        // Somebody who looks into the file must not make a write fail.
+        sqlite3_busy_timeout(connection, kBusyMilliseconds);
         m_connection = std::move(opened);
     }
     return code == SQLITE_OK;
