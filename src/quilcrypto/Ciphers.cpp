@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 
+#include "quilcrypto/ErrorMark.h"
 #include "quilcrypto/QuilCryptoLib.h"
 
 namespace {
@@ -93,6 +94,7 @@ int encrypt(const Job& job) {
     if (*job.outputLength < needed) {
         return lackOfCapacity(job, needed);
     }
+    const vloxlib::quil::ErrorMark mark;
     const Context context = start(job, true);
     int body = 0;
     int end = 0;
@@ -116,6 +118,7 @@ int decrypt(const Job& job) {
     if (capacity < (oneBlock ? kBlock : job.inputLength - kBlock)) {
         return lackOfCapacity(job, job.inputLength);
     }
+    const vloxlib::quil::ErrorMark mark;
     const Context context = start(job, false);
     int body = 0;
     int end = 0;

@@ -24,8 +24,7 @@ enum QCLResult {
     QCL_ERROR_NULL = -3001,       ///< a pointer or handle that is needed is null
     QCL_ERROR_LENGTH = -3002,     ///< a length that the operation has no use for
     QCL_ERROR_ALGORITHM = -3003,  ///< an unknown cipher selector or algorithm number
-    QCL_ERROR_CAPACITY =
-        -3004,               ///< the output doesn't fit; nothing was written, the length tells what is needed
+    QCL_ERROR_CAPACITY = -3004,   ///< the output doesn't fit; its length then tells what is enough
     QCL_ERROR_DATA = -3005,  ///< a cipher text that is malformed, wrongly padded or not made for this key
     QCL_ERROR_KEY = -3006,   ///< key bytes that are no point of the curve
     QCL_ERROR_PARAMETERS = -3007,  ///< system parameters that are malformed or no point of the curve
@@ -45,20 +44,18 @@ enum QCLCipher {
 
 /// Attribute numbers.
 enum QCLAttribute {
-    QCL_ATTRIBUTE_ALGORITHM =
-        3,  ///< of a parameter object: the number whose top seven bits name the algorithm
+    QCL_ATTRIBUTE_ALGORITHM = 3,  ///< of a parameter object: a number whose top seven bits name the algorithm
     QCL_ATTRIBUTE_PARAMETERS = 5  ///< of a library context: its parameter object
 };
 
-/// Algorithm numbers of QCLCreateIBCPubKeyObjectEx. Both name SM9 encryption with the identities' usual
-/// hid, 3.
+/// Algorithm numbers of QCLCreateIBCPubKeyObjectEx; both name SM9 encryption with the hid of encryption, 3.
 enum QCLAlgorithm { QCL_SM9_ENCRYPTION = 0x220B5880, QCL_SM9_ENCRYPTION_2 = 0x280B7080 };
 
 /// Fills a buffer from the cryptographic random source.
 int QCL_random(unsigned char* buffer, unsigned int length);
 
-/// Encrypts a text, with an optional output: the capacity comes in through outputLength and the written
-/// length goes out through it. Output and input must not overlap.
+/// Encrypts a text. The output's capacity comes in through outputLength, and the written length goes out
+/// through it. Output and input must not overlap.
 /// @param reserved 0
 int QCLCryptEncrypt(unsigned int algorithm, const unsigned char* key, unsigned int keyLength,
                     const unsigned char* iv, unsigned int ivLength, unsigned char* output,
@@ -84,8 +81,8 @@ void QCLDestroyLibCtx(void* context);
 /// @param reserved 0
 int QCLSetLibCtxAttribute(void* context, int attribute, void* parameters, unsigned int reserved);
 
-/// Reads SM9 system parameters from a file: the DER bytes, or their URL-safe Base64 with or without marker
-/// lines.
+/// Reads SM9 system parameters from a file: the DER bytes, or the URL-safe Base64 of them, with marker
+/// lines or without.
 /// @param path UTF-8
 int QCLCreateIBCParamObjectFromFile(void** parameters, const char* path);
 /// Reads SM9 system parameters from DER bytes: SEQUENCE { Ppube BIT STRING } or the bare BIT STRING.

@@ -4,14 +4,17 @@
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
 #include <openssl/ec.h>
-#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/obj_mac.h>
 #include <openssl/param_build.h>
 
 #include <algorithm>
 
+#include "quilcrypto/ErrorMark.h"
+
 namespace vloxlib::sm2 {
+
+using quil::ErrorMark;
 
 namespace {
 
@@ -31,16 +34,6 @@ struct Deleter {
 };
 template <typename T>
 using Owned = std::unique_ptr<T, Deleter>;
-
-// Failures are told by results; what OpenSSL leaves in the thread's error queue must not meet the next user
-// of it.
-class ErrorMark {
-public:
-    ErrorMark() { ERR_set_mark(); }
-    ~ErrorMark() { ERR_pop_to_mark(); }
-    ErrorMark(const ErrorMark&) = delete;
-    ErrorMark& operator=(const ErrorMark&) = delete;
-};
 
 Owned<EVP_PKEY_CTX> contextOf(EVP_PKEY* key) {
     return Owned<EVP_PKEY_CTX>(EVP_PKEY_CTX_new_from_pkey(nullptr, key, nullptr));

@@ -31,19 +31,6 @@ private:
     std::string m_key;
 };
 
-// Whether the configuration has what the policy needs for making a key.
-bool isComplete(ASYM_ENCRYPT_TYPE policy, const std::string& pubKey, const std::string& paramPath) {
-    if (pubKey.empty()) {
-        VLOX_LOG(4, "encryptInitalFromCfg error:encryptPubKey is empty");
-        return false;
-    }
-    if (policy == ASYM_SM9 && paramPath.empty()) {
-        VLOX_LOG(4, "encryptInitalFromCfg error:encryPath is empty");
-        return false;
-    }
-    return true;
-}
-
 }  // namespace
 
 InstancesHolder<EncryptBridge> EncryptBridge::s_instanceHolder;
@@ -92,6 +79,20 @@ int EncryptBridge::unInitial() {
     WindowsMutexGuard lock(m_mutex);
     m_inited = false;
     return 0;
+}
+
+// Whether the configuration has what the policy needs for making a key.
+bool EncryptBridge::isComplete(ASYM_ENCRYPT_TYPE policy, const std::string& pubKey,
+                               const std::string& paramPath) {
+    if (pubKey.empty()) {
+        VLOX_LOG(4, "encryptInitalFromCfg error:encryptPubKey is empty");
+        return false;
+    }
+    if (policy == ASYM_SM9 && paramPath.empty()) {
+        VLOX_LOG(4, "encryptInitalFromCfg error:encryPath is empty");
+        return false;
+    }
+    return true;
 }
 
 EncryptBridge::Relation EncryptBridge::initEncryptStrategy(ASYM_ENCRYPT_TYPE asymType,

@@ -68,6 +68,7 @@ private:
         std::shared_ptr<QCLAsymStrategy> asymStrategy;
         std::shared_ptr<SymEncryptStrategy> symStrategy;
     };
+    static bool isComplete(ASYM_ENCRYPT_TYPE policy, const std::string& pubKey, const std::string& paramPath);
     static Relation initEncryptStrategy(ASYM_ENCRYPT_TYPE asymType, SYM_ENCRYPT_TYPE symType);
     void publish(const Relation& relation, ASYM_ENCRYPT_TYPE asymType, SYM_ENCRYPT_TYPE symType);
     Relation relation() const;
