@@ -25,6 +25,9 @@ Poco::Util::OptionSet optionSet() {
     set.addOption(Option("envelope", "", "1: a service request must carry the header VLOX-Ext; 0: it may (1)")
                       .argument("mode")
                       .validator(new IntValidator(0, 1)));
+    set.addOption(
+        Option("keys", "", "where the server's keys are kept (new ones for each run)").argument("directory"));
+    set.addOption(Option("identity", "", "the server's name for SM9 (vlox-devserver)").argument("name"));
     set.addOption(Option("threads", "", "requests worked on at one time (32)")
                       .argument("number")
                       .validator(new IntValidator(1, 1000)));
@@ -32,6 +35,7 @@ Poco::Util::OptionSet optionSet() {
     set.addOption(Option("every", "", "only each so-many-th service request meets the rule (1)")
                       .argument("number")
                       .validator(new IntValidator(1, 1000000)));
+    set.addOption(Option("final-stats", "", "print the counts as the last line"));
     set.addOption(Option("stop-on-eof", "", "end when standard input ends"));
     return set;
 }
@@ -45,12 +49,18 @@ void take(Options& options, const std::string& name, const std::string& value) {
         options.port = static_cast<unsigned short>(std::stoi(value));
     } else if (name == "envelope") {
         options.envelope = value != "0";
+    } else if (name == "keys") {
+        options.keys = value;
+    } else if (name == "identity") {
+        options.identity = value;
     } else if (name == "threads") {
         options.threads = std::stoi(value);
     } else if (name == "misbehave") {
         options.misbehaviour = parseRule(value);
     } else if (name == "every") {
         options.every = static_cast<unsigned>(std::stoi(value));
+    } else if (name == "final-stats") {
+        options.finalStats = true;
     } else if (name == "stop-on-eof") {
         options.stopOnEof = true;
     }
@@ -96,7 +106,7 @@ std::string helpText() {
     formatter.setUsage("[options]");
     formatter.setHeader(
         "A stand-in for the messaging platform, for trying and testing the client library on one machine. "
-        "The first line of its output is a JSON object with its port and process id.");
+        "The first line of its output is a JSON object with its port, its process id and its public keys.");
     formatter.setFooter(
         "Services, each with or without /vlox/ before it and with any further path behind it:\n"
         "echo        a service request; the reply's data tells what arrived\n"

@@ -15,7 +15,10 @@ struct Options {
     unsigned short port = 0;  ///< 0: any free one
     bool envelope = true;     ///< service requests have to carry the header "VLOX-Ext"
     bool stopOnEof = false;   ///< end when standard input ends, that is, with the process that holds it
+    bool finalStats = false;  ///< the last output line holds the counts
     int threads = 32;
+    std::string keys;                         ///< directory of the server's keys; empty: new ones
+    std::string identity = "vlox-devserver";  ///< the server's name for SM9
     Misbehaviour misbehaviour;
     unsigned every = 1;  ///< the misbehaviour strikes each so-many-th service request
 };

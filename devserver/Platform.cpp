@@ -41,8 +41,8 @@ std::string describe(const HttpRequest& request, const std::string& path, const 
 
 }  // namespace
 
-Platform::Platform(WireFormat format, Misbehaviour rule, unsigned every)
-    : m_format(format), m_rule(std::move(rule)), m_every(every) {}
+Platform::Platform(const ServerKeys& keys, bool headerRequired, Misbehaviour rule, unsigned every)
+    : m_sessions(keys), m_format(headerRequired, m_sessions), m_rule(std::move(rule)), m_every(every) {}
 
 Platform::Target Platform::readPath(const std::string& path) {
     const Poco::StringTokenizer segments(path, "/", Poco::StringTokenizer::TOK_IGNORE_EMPTY);
@@ -152,7 +152,7 @@ HttpReply Platform::mirror(const HttpRequest& request, const Target& target) {
 
 HttpReply Platform::stats(const HttpRequest&, const Target&) {
     HttpReply answer;
-    answer.body = m_statistics.toJson();
+    answer.body = statistics();
     return answer;
 }
 

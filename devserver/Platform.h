@@ -17,9 +17,11 @@ namespace devserver {
 class Platform {
 public:
     /// @param rule  applied to every @p every -th service request that brings none of its own
-    Platform(WireFormat format, Misbehaviour rule, unsigned every);
+    /// @param keys borrowed
+    Platform(const ServerKeys& keys, bool headerRequired, Misbehaviour rule, unsigned every);
 
     HttpReply answer(const HttpRequest& request);
+    std::string statistics() const { return m_statistics.toJson(m_sessions.unwrapped()); }
     /// Ends all delays, now and from now on.
     void stop();
 
@@ -38,6 +40,7 @@ private:
     Misbehaviour ruleOfOption();
     void wait(std::chrono::milliseconds delay);
 
+    SessionKeys m_sessions;
     const WireFormat m_format;
     const Misbehaviour m_rule;
     const unsigned m_every;

@@ -32,12 +32,13 @@ void Statistics::countMisbehaviour() {
     ++m_misbehaved;
 }
 
-std::string Statistics::toJson() const {
+std::string Statistics::toJson(long long unwrappedKeys) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     rapidjson::Document document(rapidjson::kObjectType);
     addNumber(document, "requests", m_requests);
     addNumber(document, "plainRequests", m_plain);
     addNumber(document, "encryptedRequests", m_encrypted);
+    addNumber(document, "unwrappedKeys", unwrappedKeys);
     addNumber(document, "misbehaved", m_misbehaved);
     auto& allocator = document.GetAllocator();
     rapidjson::Document paths(rapidjson::kObjectType, &allocator);

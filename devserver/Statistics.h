@@ -14,7 +14,7 @@ public:
     void countServiceRequest(bool encrypted);
     void countReply(int wireCode);
     void countMisbehaviour();
-    std::string toJson() const;
+    std::string toJson(long long unwrappedKeys) const;
 
 private:
     mutable std::mutex m_mutex;

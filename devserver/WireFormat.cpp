@@ -1,44 +1,23 @@
 #include "WireFormat.h"
 
-#include <Poco/Base64Decoder.h>
-#include <Poco/Base64Encoder.h>
 #include <Poco/Exception.h>
 #include <Poco/String.h>
 #include <Poco/URI.h>
 
 #include <algorithm>
 #include <iterator>
-#include <map>
-#include <sstream>
+
+#include "Base64Url.h"
 
 namespace devserver {
 namespace {
 
-class PlainCipher : public SessionCipher {
-public:
-    bool encrypted() const override { return false; }
-    std::string encrypt(const std::string& plain) const override { return plain; }
-    std::string decrypt(const std::string& cipher) const override { return cipher; }
-};
-
-std::string encodeBase64(const std::string& bytes) {
-    std::ostringstream text;
-    Poco::Base64Encoder encoder(text, Poco::BASE64_URL_ENCODING | Poco::BASE64_NO_PADDING);
-    encoder.rdbuf()->setLineLength(0);
-    encoder.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    encoder.close();
-    return text.str();
-}
-
-// Only the URL-safe alphabet, without padding or line breaks: a client that writes another form is at fault.
-std::string decodeBase64(const std::string& what, const std::string& text) {
-    static const char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
-    if (text.find_first_not_of(alphabet) != std::string::npos || text.size() % 4 == 1) {
+std::string fromBase64(const std::string& what, const std::string& text) {
+    const auto bytes = decodeBase64(text);
+    if (!bytes) {
         throw WireError(kWireBadRequest, what + " is not in the URL-safe Base64 without padding");
     }
-    std::istringstream source(text);
-    Poco::Base64Decoder decoder(source, Poco::BASE64_URL_ENCODING | Poco::BASE64_NO_PADDING);
-    return {std::istreambuf_iterator<char>(decoder), std::istreambuf_iterator<char>()};
+    return *bytes;
 }
 
 rapidjson::Document parseObject(const std::string& what, const std::string& text) {
@@ -102,20 +81,42 @@ void checkHeader(const rapidjson::Document& header) {
 ServiceRequest WireFormat::decode(const HttpRequest& request) const {
     const std::map<std::string, std::string> fields = formFields(request);
     requireFields(fields);
-    if (fields.size() != 1) {
-        throw WireError(kWireBadSession, "this server holds no keys");
-    }
     ServiceRequest decoded;
-    decoded.cipher = std::make_shared<PlainCipher>();
+    decoded.cipher = plainCipher();
+    if (fields.size() != 1) {
+        decoded.appId = fields.at("appId");
+        decoded.cipher = cipherOf(fields);
+    }
+    decoded.header = readHeader(request, *decoded.cipher);
+    decoded.params =
+        parseObject("params", decoded.cipher->decrypt(fromBase64("params", fields.at("params"))));
+    return decoded;
+}
+
+std::shared_ptr<const SessionCipher> WireFormat::cipherOf(
+    const std::map<std::string, std::string>& fields) const {
+    if (fields.at("version") != "1") {
+        throw WireError(kWireBadRequest, "version is not 1");
+    }
+    const rapidjson::Document algorithms =
+        parseObject("cryptoAlg", fromBase64("cryptoAlg", fields.at("cryptoAlg")));
+    if (algorithms.MemberCount() != 2 || !algorithms.HasMember("asymAlg") || !algorithms["asymAlg"].IsInt() ||
+        !algorithms.HasMember("symAlg") || !algorithms["symAlg"].IsInt()) {
+        throw WireError(kWireBadRequest, "cryptoAlg holds other members than asymAlg and symAlg");
+    }
+    return m_sessions.open(algorithms["asymAlg"].GetInt(), algorithms["symAlg"].GetInt(),
+                           fields.at("secretKey"));
+}
+
+rapidjson::Document WireFormat::readHeader(const HttpRequest& request, const SessionCipher& cipher) const {
+    rapidjson::Document header;
     if (const std::string* text = headerText(request)) {
-        decoded.header = parseObject("VLOX-Ext", decodeBase64("VLOX-Ext", *text));
-        checkHeader(decoded.header);
+        header = parseObject("VLOX-Ext", cipher.decryptHeader(fromBase64("VLOX-Ext", *text)));
+        checkHeader(header);
     } else if (m_headerRequired) {
         throw WireError(kWireBadRequest, "no header VLOX-Ext");
     }
-    decoded.params =
-        parseObject("params", decoded.cipher->decrypt(decodeBase64("params", fields.at("params"))));
-    return decoded;
+    return header;
 }
 
 std::string WireFormat::encode(const ServiceReply& reply, const std::string& bid,

@@ -1,24 +1,16 @@
 #ifndef DEVSERVER_WIREFORMAT_H
 #define DEVSERVER_WIREFORMAT_H
 
+#include <map>
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 #include "Http.h"
 #include "Json.h"
+#include "SessionKeys.h"
+#include "WireError.h"
 
 namespace devserver {
-
-/// Turns the texts of one session into what travels and back.
-class SessionCipher {
-public:
-    virtual ~SessionCipher() = default;
-    virtual bool encrypted() const = 0;
-    virtual std::string encrypt(const std::string& plain) const = 0;
-    /// Throws WireError.
-    virtual std::string decrypt(const std::string& cipher) const = 0;
-};
 
 /// A service request, checked and in the clear.
 struct ServiceRequest {
@@ -34,23 +26,12 @@ struct ServiceReply {
     std::string data;  ///< in the clear; empty: none
 };
 
-/// A request that breaks the wire format: the wire code that the client gets, and why.
-class WireError : public std::runtime_error {
-public:
-    WireError(int code, const std::string& why) : std::runtime_error(why), m_code(code) {}
-    int code() const { return m_code; }
-
-private:
-    int m_code;
-};
-
-constexpr int kWireBadRequest = 10001;  ///< fields, header or parameters are not what they should be
-constexpr int kWireBadSession = 10008;  ///< the session key can't be had, or doesn't fit the content
-
 class WireFormat {
 public:
     /// @param headerRequired refuse requests without the header "VLOX-Ext"
-    explicit WireFormat(bool headerRequired) : m_headerRequired(headerRequired) {}
+    /// @param sessions       borrowed
+    WireFormat(bool headerRequired, SessionKeys& sessions)
+        : m_headerRequired(headerRequired), m_sessions(sessions) {}
 
     /// Throws WireError.
     ServiceRequest decode(const HttpRequest& request) const;
@@ -58,7 +39,11 @@ public:
     static std::string encode(const ServiceReply& reply, const std::string& bid, const SessionCipher* cipher);
 
 private:
-    bool m_headerRequired;
+    std::shared_ptr<const SessionCipher> cipherOf(const std::map<std::string, std::string>& fields) const;
+    rapidjson::Document readHeader(const HttpRequest& request, const SessionCipher& cipher) const;
+
+    const bool m_headerRequired;
+    SessionKeys& m_sessions;
 };
 
 }  // namespace devserver

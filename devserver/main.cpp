@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <exception>
 #include <iostream>
 #include <thread>
 
@@ -10,6 +11,7 @@
 #include "Json.h"
 #include "Options.h"
 #include "Platform.h"
+#include "ServerKeys.h"
 
 namespace {
 
@@ -33,27 +35,38 @@ void stopWhenInputEnds() {
     }).detach();
 }
 
-void tellWhereToConnect(const devserver::Options& options, unsigned short port) {
+void tellWhereToConnect(const devserver::Options& options, unsigned short port,
+                        const devserver::ServerKeys& keys) {
     rapidjson::Document line(rapidjson::kObjectType);
     devserver::addNumber(line, "port", port);
     devserver::addNumber(line, "pid", static_cast<long long>(Poco::Process::id()));
     devserver::addText(line, "host", options.host);
     devserver::addText(line, "url", "http://" + options.host + ":" + std::to_string(port));
+    devserver::addText(line, "sm2PublicKey", keys.sm2PublicKey());
+    devserver::addText(line, "sm9Identity", keys.sm9Identity());
+    devserver::addText(line, "sm9Parameters", keys.sm9Parameters());
+    devserver::addText(line, "sm9ParameterFile", keys.sm9ParameterFile());
     std::cout << devserver::toText(line) << std::endl;
 }
 
 int serve(const devserver::Options& options) {
     std::signal(SIGTERM, askToStop);
-    std::signal(SIGINT, askToStop);
-    devserver::Platform platform(devserver::WireFormat(options.envelope), options.misbehaviour,
-                                 options.every);
+    // A shell that starts a job in the background has Ctrl-C ignored there, and means it.
+    if (std::signal(SIGINT, askToStop) == SIG_IGN) {
+        std::signal(SIGINT, SIG_IGN);
+    }
+    const devserver::ServerKeys keys(options.keys, options.identity);
+    devserver::Platform platform(keys, options.envelope, options.misbehaviour, options.every);
     const devserver::HttpServer server(platform, options.host, options.port, options.threads);
     if (options.stopOnEof) {
         stopWhenInputEnds();
     }
-    tellWhereToConnect(options, server.port());
+    tellWhereToConnect(options, server.port(), keys);
     waitUntilAskedToStop();
     platform.stop();
+    if (options.finalStats) {
+        std::cout << platform.statistics() << std::endl;
+    }
     return 0;
 }
 
@@ -72,6 +85,8 @@ int main(int argc, char** argv) {
         return 2;
     } catch (const Poco::Exception& error) {
         std::cerr << "vlox-devserver: " << error.displayText() << std::endl;
-        return 1;
+    } catch (const std::exception& error) {
+        std::cerr << "vlox-devserver: " << error.what() << std::endl;
     }
+    return 1;
 }

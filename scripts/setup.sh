@@ -40,7 +40,7 @@ vlox_build() {
     if command -v ccache >/dev/null && [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER:-} ]]; then
         export CMAKE_CXX_COMPILER_LAUNCHER=ccache
     fi
-    if [[ ! -f build/$preset/CMakeCache.txt ]]; then
+    if [[ ! -f build/$preset/build.ninja ]]; then
         cmake --preset "$preset" >/dev/null
     fi
     cmake --build --preset "$preset" "${targets[@]}"

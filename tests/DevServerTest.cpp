@@ -5,10 +5,15 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <future>
+#include <memory>
 #include <sstream>
 
 #include "support/DevServer.h"
+#include "support/TempDir.h"
+#include "vloxlib/encrypt/Base64.h"
+#include "vloxlib/encrypt/EncryptBridge.h"
 
 namespace {
 
@@ -46,8 +51,10 @@ std::string readAll(Poco::Pipe& pipe) {
 Outcome run(const std::vector<std::string>& arguments) {
     Poco::Pipe output;
     Poco::Pipe errors;
+    Poco::Pipe input;
     const Poco::ProcessHandle process =
-        Poco::Process::launch(VLOX_DEVSERVER_PATH, arguments, nullptr, &output, &errors);
+        Poco::Process::launch(VLOX_DEVSERVER_PATH, arguments, &input, &output, &errors);
+    input.close();
     Outcome result{0, readAll(output), readAll(errors)};
     result.exitCode = process.wait();
     return result;
@@ -77,6 +84,7 @@ TEST(DevServer, HelpNamesEveryMisbehaviour) {
 }
 
 TEST(DevServer, EndsCleanlyWhenAsked) {
+    std::signal(SIGINT, SIG_DFL);  // a background job's is ignored, and the server would inherit that
     for (const char* signal : {"-TERM", "-INT"}) {
         SCOPED_TRACE(signal);
         DevServer server;
@@ -87,6 +95,9 @@ TEST(DevServer, EndsCleanlyWhenAsked) {
     }
     DevServer server;
     EXPECT_EQ(0, server.stop()) << "the end of its input";
+    const Outcome counted = run({"--final-stats", "--stop-on-eof"});  // its input has ended before it begins
+    EXPECT_EQ(0, counted.exitCode);
+    EXPECT_THAT(counted.output, HasSubstr("}\n{\"requests\":0,"));
 }
 
 TEST(DevServer, EndsDuringADelay) {
@@ -152,6 +163,105 @@ TEST(DevServer, RefusesWhatBreaksTheWireFormat) {
     EXPECT_EQ(0, server.count("plainRequests"));
     const DevServer lenient({"--envelope=0"});
     EXPECT_THAT(lenient.ask("POST", "/echo", good).body, HasSubstr(R"("code":"0")"));
+}
+
+std::string encryptedForm(vloxlib::EncryptBridge& bridge, const std::string& params) {
+    return "appId=app&cryptoAlg=" + bridge.getCryptoTypeStr() +
+           "&params=" + base64(bridge.encryptData(params)) + "&secretKey=" + bridge.getSecretKeyBase64() +
+           "&version=1";
+}
+
+std::map<std::string, std::string> encryptedHeader(vloxlib::EncryptBridge& bridge) {
+    return {{"VLOX-Ext",
+             base64(bridge.symmetricEncryptContentBySpecialSecretKey(R"({"deviceType":0,"vloxId":"u"})"))}};
+}
+
+struct Combination {
+    vloxlib::ASYM_ENCRYPT_TYPE asymmetric;
+    vloxlib::SYM_ENCRYPT_TYPE symmetric;
+};
+const Combination combinations[] = {
+    {vloxlib::ASYM_SM2, vloxlib::SYM_AES128_CBC},
+    {vloxlib::ASYM_SM2, vloxlib::SYM_SM4},
+    {vloxlib::ASYM_SM9, vloxlib::SYM_AES128_CBC},
+    {vloxlib::ASYM_SM9, vloxlib::SYM_SM4},
+};
+
+std::shared_ptr<vloxlib::EncryptBridge> bridge(const DevServer& server, const Combination& with) {
+    const bool sm2 = with.asymmetric == vloxlib::ASYM_SM2;
+    return std::make_shared<vloxlib::EncryptBridge>(
+        with.symmetric, with.asymmetric, server.line()[sm2 ? "sm2PublicKey" : "sm9Identity"].GetString(),
+        server.line()["sm9Parameters"].GetString());
+}
+
+TEST(DevServer, UnwrapsEachSessionKeyOnceAndAnswersUnderIt) {
+    const DevServer server;
+    long long sessions = 0;
+    for (const Combination& with : combinations) {
+        SCOPED_TRACE(std::to_string(with.asymmetric) + "-" + std::to_string(with.symmetric));
+        const auto session = bridge(server, with);
+        const std::string form = encryptedForm(*session, R"({"text":"ü"})");
+        for (int i = 0; i < 2; ++i) {
+            rapidjson::Document envelope;
+            envelope.Parse(server.ask("POST", "/echo", form, encryptedHeader(*session)).body.c_str());
+            ASSERT_STREQ("0", envelope["code"].GetString()) << envelope["desc"].GetString();
+            EXPECT_EQ(
+                R"({"method":"POST","path":"echo","appId":"app","header":{"deviceType":0,"vloxId":"u"},)"
+                R"("params":{"text":"ü"}})",
+                session->decryptData(vloxlib::Base64::decode(envelope["data"].GetString())));
+        }
+        EXPECT_EQ(++sessions, server.count("unwrappedKeys"));
+    }
+    EXPECT_EQ(2 * sessions, server.count("encryptedRequests"));
+    EXPECT_EQ(0, server.count("plainRequests"));
+}
+
+TEST(DevServer, RefusesWhatItCannotDecrypt) {
+    const DevServer server;
+    const DevServer stranger;
+    for (const Combination& with : combinations) {
+        SCOPED_TRACE(std::to_string(with.asymmetric) + "-" + std::to_string(with.symmetric));
+        const auto session = bridge(server, with);
+        const auto other = bridge(stranger, with);
+        EXPECT_THAT(server.ask("POST", "/echo", encryptedForm(*other, "{}"), encryptedHeader(*other)).body,
+                    HasSubstr(R"({"code":"10008","desc":"secretKey was not wrapped for this server")"));
+        std::string form = encryptedForm(*session, "{}");
+        const std::size_t params = form.find("params=") + 7;
+        form.replace(params, form.find('&', params) - params, base64("no whole block"));
+        EXPECT_THAT(server.ask("POST", "/echo", form, encryptedHeader(*session)).body,
+                    HasSubstr(R"({"code":"10008","desc":"the content doesn't fit its key")"));
+        EXPECT_THAT(server.ask("POST", "/echo", encryptedForm(*session, "{}"), header).body,
+                    HasSubstr(R"({"code":"10008")"))
+            << "a header in the clear";
+        form = encryptedForm(*session, "{}");
+        form.back() = '2';
+        EXPECT_THAT(server.ask("POST", "/echo", form, encryptedHeader(*session)).body,
+                    HasSubstr(R"({"code":"10001","desc":"version is not 1")"));
+    }
+    EXPECT_EQ(0, server.count("encryptedRequests"));
+}
+
+TEST(DevServer, KeepsItsKeysInADirectory) {
+    const vlox_test::TempDir dir;
+    const std::vector<std::string> options = {"--keys", dir.path("keys"), "--identity", "server@example"};
+    std::string first;
+    for (int start = 0; start < 2; ++start) {
+        const DevServer server(options);
+        const rapidjson::Document& line = server.line();
+        const std::string keys =
+            line["sm2PublicKey"].GetString() + std::string(" ") + line["sm9Parameters"].GetString();
+        EXPECT_EQ(start == 0 ? keys : first, keys);
+        first = keys;
+        EXPECT_STREQ("server@example", line["sm9Identity"].GetString());
+        EXPECT_EQ(std::string("-----BEGIN IBC PARAMETERS-----\n") + line["sm9Parameters"].GetString() +
+                      "\n-----END IBC PARAMETERS-----\n",
+                  dir.read("keys/sm9-parameters.txt"));
+        EXPECT_EQ(line["sm9ParameterFile"].GetString(), dir.path("keys/sm9-parameters.txt"));
+    }
+    dir.write("keys/sm2.key", "AAAA");
+    const Outcome damaged = run(options);
+    EXPECT_EQ(1, damaged.exitCode);
+    EXPECT_THAT(damaged.errors, HasSubstr("holds no SM2 key"));
 }
 
 TEST(DevServer, MisbehavesAsToldByPathOrParameters) {
