@@ -12,13 +12,13 @@
 #include <vector>
 
 #include "platform/DebugOutput.h"
+#include "vloxlib/log/LineFormatter.h"
 #include "vloxlib/log/LogWorker.h"
 
 namespace vloxlib {
 
 namespace {
 
-constexpr char kPattern[] = "%Y-%m-%d %H:%M:%S.%e [%^%L%$] [%t] [%! %#] %v";
 constexpr int kRotatingFiles = 1;
 // Flushing is the worker's own business; the stream only gathers what lies between two flushes.
 constexpr std::size_t kFileBuffer = 64 * 1024;
@@ -59,7 +59,7 @@ GenericLogger::GenericLogger(const char* name, const char* path, bool debugOutpu
     }
     sinks.push_back(makeFileSink(m_path, sinkMode, maxFiles, maxFileSize));
     for (const spdlog::sink_ptr& sink : sinks) {
-        sink->set_pattern(kPattern);
+        sink->set_formatter(std::make_unique<LineFormatter>());
     }
     LogWorker::instance();
     m_logger = std::make_shared<WorkerLogger>(m_name, std::move(sinks));

@@ -7,6 +7,10 @@ namespace vloxlib {
 
 namespace {
 
+// A moment in which a burst gathers: too short to be seen, long enough to pay for a wake-up.
+constexpr std::chrono::microseconds kGatherTime(200);
+constexpr std::size_t kGatherSize = LogQueue::kCapacity / 2;
+
 std::size_t sizeWithTerminator(const char* text) { return text == nullptr ? 1 : std::strlen(text) + 1; }
 
 void copyText(char* to, const char* text, std::size_t sizeBeforeTerminator) {
@@ -59,9 +63,21 @@ spdlog::details::log_msg LogRecord::line() const {
 
 std::size_t LogQueue::waitForRecords(std::chrono::seconds limit) {
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_readerWaits = true;
-    m_notEmpty.wait_for(lock, limit, [this] { return m_written != m_read; });
-    m_readerWaits = false;
+    const auto wait = [&](auto time, std::size_t wakeAt) {
+        m_wakeAt = wakeAt;
+        m_readable.wait_for(lock, time, [&] { return m_urgent || m_written - m_read >= wakeAt; });
+        m_wakeAt = kNever;
+    };
+    wait(limit, 1);
+    if (m_written != m_read) {
+        wait(kGatherTime, kGatherSize);
+    }
+    m_urgent = false;
+    return m_written - m_read;
+}
+
+std::size_t LogQueue::size() {
+    std::lock_guard<std::mutex> lock(m_mutex);
     return m_written - m_read;
 }
 
@@ -73,7 +89,7 @@ void LogQueue::release(std::size_t count) {
         wake = m_writersWaiting > 0;
     }
     if (wake) {
-        m_notFull.notify_all();
+        m_writable.notify_all();
     }
 }
 
@@ -87,7 +103,12 @@ void LogQueue::close() {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_closed = true;
     }
-    m_notFull.notify_all();
+    m_writable.notify_all();
+}
+
+void LogQueue::abandon() {
+    m_read = m_written;
+    m_closed = true;
 }
 
 }  // namespace vloxlib

@@ -27,6 +27,8 @@ public:
                  std::unique_ptr<char[]> longTexts);
 
     Kind kind() const { return m_kind; }
+    /// Whether the worker is to see to it at once: an error, or a call that isn't a line.
+    bool isUrgent() const { return m_kind != Kind::Log || m_level >= spdlog::level::err; }
     WorkerLogger* logger() const { return m_logger; }
     /// The line as the sinks take it; valid while the record stays as it is.
     spdlog::details::log_msg line() const;
@@ -66,8 +68,11 @@ public:
     template <typename Fill>
     bool write(Fill fill);
 
-    /// Waits until there is something to read. @return how many records, 0 when the time passed first.
+    /// Waits until there is something to read, and then a moment longer, so that a burst costs few wake-ups
+    /// and few flushes; what is urgent ends the wait. @return how many records, 0 when the time passed first.
     std::size_t waitForRecords(std::chrono::seconds limit);
+    /// How many records there are.
+    std::size_t size();
     /// The reader's record, counted from the oldest.
     LogRecord& record(std::size_t index) { return m_records[(m_read + index) % kCapacity]; }
     /// Gives the oldest records back to the writers.
@@ -77,13 +82,22 @@ public:
     void beginClose();
     void close();
 
+    /// For a fork: nothing is under way between the two. What a forked child inherits is abandoned, and the
+    /// queue closed, before the child unlocks.
+    void lock() { m_mutex.lock(); }
+    void abandon();
+    void unlock() { m_mutex.unlock(); }
+
 private:
+    static constexpr std::size_t kNever = kCapacity + 1;
+
     std::mutex m_mutex;
-    std::condition_variable m_notEmpty;
-    std::condition_variable m_notFull;
+    std::condition_variable m_readable;
+    std::condition_variable m_writable;
     bool m_closing = false;            // guarded by m_mutex
     bool m_closed = false;             // guarded by m_mutex
-    bool m_readerWaits = false;        // guarded by m_mutex
+    bool m_urgent = false;             // guarded by m_mutex
+    std::size_t m_wakeAt = kNever;     // guarded by m_mutex: how many records wake the reader
     std::size_t m_writersWaiting = 0;  // guarded by m_mutex
     std::size_t m_written = 0;         // guarded by m_mutex
     std::size_t m_read = 0;            // written by the reader under m_mutex, read by the reader without
@@ -96,18 +110,22 @@ bool LogQueue::write(Fill fill) {
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         ++m_writersWaiting;
-        m_notFull.wait(lock, [this] { return m_closed || (!m_closing && m_written - m_read < kCapacity); });
+        m_writable.wait(lock, [this] { return m_closed || (!m_closing && m_written - m_read < kCapacity); });
         --m_writersWaiting;
         if (m_closed) {
             return false;
         }
-        fill(m_records[m_written % kCapacity]);
+        LogRecord& record = m_records[m_written % kCapacity];
+        fill(record);
         ++m_written;
-        wake = m_readerWaits;
-        m_readerWaits = false;
+        m_urgent = m_urgent || record.isUrgent();
+        wake = m_wakeAt != kNever && (m_urgent || m_written - m_read >= m_wakeAt);
+        if (wake) {
+            m_wakeAt = kNever;
+        }
     }
     if (wake) {
-        m_notEmpty.notify_one();
+        m_readable.notify_one();
     }
     return true;
 }

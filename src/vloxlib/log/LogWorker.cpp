@@ -6,6 +6,8 @@
 #include <chrono>
 #include <utility>
 
+#include "platform/Fork.h"
+
 namespace vloxlib {
 
 namespace {
@@ -17,7 +19,7 @@ constexpr std::size_t kFlushBatch = 10;
 constexpr std::size_t kStep = 256;
 
 std::atomic<LogWorker*> s_started{nullptr};
-thread_local bool s_isWorker = false;
+thread_local bool s_mayFlush = false;  // this thread writes to the sinks itself
 
 }  // namespace
 
@@ -25,7 +27,7 @@ thread_local bool s_isWorker = false;
 class LogWorker::ExitHook {
 public:
     explicit ExitHook(LogWorker& worker) : m_worker(worker) {}
-    ~ExitHook() { m_worker.end(State::ProcessEnds); }
+    ~ExitHook() { m_worker.end(State::CallersWrite); }
     ExitHook(const ExitHook&) = delete;
     ExitHook& operator=(const ExitHook&) = delete;
 
@@ -49,6 +51,8 @@ LogWorker::LogWorker() {
     spdlog::details::registry::instance();
     m_thread = std::thread([this] { run(); });
     s_started = this;
+    platform::onFork(
+        {[this] { beforeFork(); }, [this] { afterForkInParent(); }, [this] { afterForkInChild(); }});
 }
 
 void LogWorker::end(State state) {
@@ -57,6 +61,32 @@ void LogWorker::end(State state) {
         m_queue.write([](LogRecord& record) { record.set(LogRecord::Kind::Terminate, nullptr); });
         m_thread.join();
     }
+}
+
+// Nothing may be under way, nor wait in a stream's memory: the child has a copy of it, and would write it
+// again.
+void LogWorker::beforeFork() {
+    m_writing.lock();
+    if (m_state == State::Running) {
+        s_mayFlush = true;
+        flushAll();
+        s_mayFlush = false;
+    }
+    m_queue.lock();
+}
+
+void LogWorker::afterForkInParent() {
+    m_queue.unlock();
+    m_writing.unlock();
+}
+
+// What is queued is the parent's to write.
+void LogWorker::afterForkInChild() {
+    State running = State::Running;
+    m_state.compare_exchange_strong(running, State::CallersWrite);
+    m_queue.abandon();
+    m_queue.unlock();
+    m_writing.unlock();
 }
 
 void LogWorker::checkNotClosed(const char* complaint) const {
@@ -75,7 +105,7 @@ void LogWorker::postLine(WorkerLogger& logger, const spdlog::details::log_msg& l
 }
 
 void LogWorker::postFlush(WorkerLogger& logger) {
-    if (s_isWorker) {
+    if (s_mayFlush) {
         logger.flushSinks();
     } else if (!m_queue.write([&](LogRecord& record) { record.set(LogRecord::Kind::Flush, &logger); })) {
         checkNotClosed("async flush: thread pool doesn't exist anymore");
@@ -88,31 +118,42 @@ void LogWorker::postRetire(WorkerLogger& logger) {
 }
 
 void LogWorker::run() {
-    s_isWorker = true;
+    s_mayFlush = true;
     std::chrono::seconds currentWait = kShortWait;
     bool running = true;
     while (running) {
         const std::size_t count = m_queue.waitForRecords(currentWait);
         if (count > 0) {
-            running = work(std::min(count, kStep));
+            running = workInSteps(count);
             currentWait = kShortWait;
         } else {
             if (currentWait <= kShortWait) {
+                std::lock_guard<std::mutex> writing(m_writing);
                 flushAll();
             }
             currentWait = kLongWait;
         }
     }
     m_queue.beginClose();
-    while (const std::size_t count = m_queue.waitForRecords(std::chrono::seconds(0))) {
-        work(count);
+    workInSteps(m_queue.size());
+    {
+        std::lock_guard<std::mutex> writing(m_writing);
+        flushAll();
     }
-    flushAll();
     m_queue.close();
+}
+
+bool LogWorker::workInSteps(std::size_t count) {
+    bool running = true;
+    for (std::size_t done = 0; done < count; done += kStep) {
+        running = work(std::min(count - done, kStep)) && running;
+    }
+    return running;
 }
 
 // The tenth lines within one step are flushed in one go, behind the last of them.
 bool LogWorker::work(std::size_t count) {
+    std::lock_guard<std::mutex> writing(m_writing);
     const std::size_t flushAfter = count - std::min(count, (m_sinceFlush + count) % kFlushBatch);
     bool running = true;
     for (std::size_t i = 0; i < count; ++i) {

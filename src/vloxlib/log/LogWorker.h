@@ -4,6 +4,7 @@
 #include <spdlog/logger.h>
 
 #include <atomic>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -36,19 +37,24 @@ public:
 
 private:
     class ExitHook;
-    enum class State { Running, Closed, ProcessEnds };
+    enum class State { Running, Closed, CallersWrite };
 
     LogWorker();
     void end(State state);
     void checkNotClosed(const char* complaint) const;
+    void beforeFork();
+    void afterForkInParent();
+    void afterForkInChild();
     void run();
+    bool workInSteps(std::size_t count);
     bool work(std::size_t count);
     bool handle(const LogRecord& record);
     void flushAll();
 
     LogQueue m_queue;
     std::atomic<State> m_state{State::Running};
-    std::size_t m_sinceFlush = 0;  // the worker's own
+    std::mutex m_writing;          // held while records are written, so that a fork finds whole lines only
+    std::size_t m_sinceFlush = 0;  // guarded by m_writing
     std::thread m_thread;
 };
 

@@ -34,13 +34,13 @@ std::vector<std::shared_ptr<GenericLogger>>& loggers() {
 }
 
 const char* withoutDirectories(const char* sourceFile) {
-    const char* name = sourceFile;
-    for (const char* at = sourceFile; at != nullptr && *at != '\0'; ++at) {
-        if (*at == '\\' || *at == '/') {
-            name = at + 1;
-        }
+    if (sourceFile == nullptr) {
+        return nullptr;
     }
-    return name;
+    const char* backslash = std::strrchr(sourceFile, '\\');
+    const char* name = backslash == nullptr ? sourceFile : backslash + 1;
+    const char* slash = std::strrchr(name, '/');
+    return slash == nullptr ? name : slash + 1;
 }
 
 }  // namespace
