@@ -162,6 +162,10 @@ __int64 FileUtil::getLocalFileLenth(const std::string& path) {
 }
 
 int FileUtil::readFileContent(const std::string& path, std::string& content) {
+    if (path.empty()) {
+        VLOX_LOG(3, "path is empty");
+        return kFailed;
+    }
     try {
         content = readAll(path);
         return kDone;
@@ -172,6 +176,10 @@ int FileUtil::readFileContent(const std::string& path, std::string& content) {
 }
 
 int FileUtil::writeFileContent(const std::string& path, const std::string& content) {
+    if (path.empty()) {
+        VLOX_LOG(3, "path is empty");
+        return kFailed;
+    }
     try {
         Poco::FileOutputStream file(path, std::ios::out | std::ios::trunc);
         file.write(content.data(), static_cast<std::streamsize>(content.size()));
