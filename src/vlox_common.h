@@ -14,6 +14,7 @@
 #include <vloxlib/Types.h>
 #include <vloxlib/UserInfo.h>
 #include <vloxlib/database/Sqlite3Functions.h>
+#include <vloxlib/database/Sqlite3Items.h>
 #include <vloxlib/database/Sqlite3Mutex.h>
 #include <vloxlib/dnscache/DNSCache.h>
 #include <vloxlib/dnscache/DNSCacheLog.h>

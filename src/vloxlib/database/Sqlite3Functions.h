@@ -4,6 +4,7 @@
 #include <vloxlib/Export.h>
 #include <vloxlib/Noncopyable.h>
 #include <vloxlib/Types.h>
+#include <vloxlib/database/Sqlite3Items.h>
 #include <vloxlib/database/Sqlite3Mutex.h>
 #include <vloxlib/task/BaseResult.h>
 #include <vloxlib/task/BaseTask.h>
@@ -13,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -204,6 +206,67 @@ public:
     int updateFileResultData(std::vector<BaseResult>& results);
     /// @}
 
+    /// @name Sequence numbers of messages, one per class
+    /// @{
+
+    /// @return the class's number, cut to its low 32 bits with their sign; -1 when there is none
+    int64 getSeqID(int priority);
+    bool retain(int64 seqId, int priority);  ///< Makes the class's row if need be. @return true on success
+    /// @brief All or none, by class; a class without a row stays without. @return true on success
+    bool retainSeqId(std::map<int, int64> seqIds);
+    /// @}
+
+    /// @name Ids of received and of sent messages
+    /// They are kept for the life of the file. The presence tests don't find an id with an apostrophe, nor
+    /// one of some 450 bytes or more, even when it is stored.
+    /// @{
+    bool isMsgIDExist(const char* msgId);
+    bool retainMsgID(int64 from, const char* msgId, int64 timestamp);  ///< @return false for a duplicate too
+    /// @brief All or none: a duplicate fails the batch.
+    /// @return true on success, for no ids, and when the statement can't be prepared, which leaves the BEGIN
+    /// open
+    bool retainMsgID(std::map<std::string, int64>& msgIdToTimestamp, bool inTransaction);
+    bool isMsgIDExistInSending(const char* msgId);
+    void retainSendMsgID(const char* msgId);
+    void retainSendMsgIDs(std::vector<std::string>& msgIds);  ///< A duplicate is logged and passed over.
+
+    /// @brief Sets the slots of @p found whose ids are stored to 1 and leaves the others as they are.
+    /// @param receivedIds, sentIds message id -> index in @p found; an index outside of it is passed over
+    /// @return the code for the sent ids: 0, or -1 when they are more than SQLite takes in one statement
+    int batchCheckExist(const std::unordered_map<std::string, int>& receivedIds,
+                        const std::unordered_map<std::string, int>& sentIds, std::vector<int>& found);
+    /// @param table 0 received, 1 sent
+    int batchCheckExistInSendorRecvTable(int table, const std::unordered_map<std::string, int>& ids,
+                                         std::vector<int>& found);
+    /// @}
+
+    /// @name Status commands, group versions, held messages
+    /// @{
+    bool retainCMDInfo(CMDInfoItem& item);                         ///< @return false for a duplicate too
+    int retainCMDInfo(CMDInfoItemSet& items, bool inTransaction);  ///< Duplicates are passed over.
+    bool deleteCMDInfo(CMDInfoItem& item);  ///< All rows of that command. @return true, always
+    std::vector<std::shared_ptr<CMDInfoItem>> getAllStatusMsg();
+
+    /// @brief Duplicates are passed over. A failing row ends the caller's transaction too; a statement that
+    /// can't be prepared leaves the BEGIN open.
+    int addGroupVersionInfos(const std::vector<GroupMsgInfo>& infos, bool inTransaction);
+    int getGroupVersionInfo(const std::string& messageId, std::string& version, int& memberCount);
+
+    int addResultToLocalMessageTable(const std::vector<BaseResult>& results,
+                                     bool inTransaction);  ///< All or none.
+    int addResultToLocalMessageTable(const BaseResult& result);
+    /// @brief Held messages behind a row's id, oldest first. @param limit below 1 is taken as 1
+    int getLocalMessages(long limit, long afterId, std::vector<std::shared_ptr<LocalMessage>>& messages);
+    int deleteLocalMessages(const std::vector<long>& ids);  ///< All or none.
+    /// @}
+
+    /// @brief Records everything that one received batch changes, in one transaction.
+    /// @param target where the results go: 0 among the results, 1 among the held messages, others nowhere
+    /// @param seqId0, seqId1 the sequence numbers of the classes 0 and 1
+    /// @return 0, or 1 when nothing of it was recorded: an id that is stored already fails the batch
+    int submitBatchMessage(int target, const std::vector<BaseResult>& results, CMDInfoItemSet& commands,
+                           std::map<std::string, int64>& msgIds, int64 seqId0, int64 seqId1);
+
 private:
     class Statement;
     class StatementCache;
@@ -224,7 +287,8 @@ private:
     void setTaskFromStmt(BaseTask& task, sqlite3_stmt* statement);
     void setResultFromStmt(BaseResult& result, sqlite3_stmt* statement);
     int readTasks(Statement& statement, std::vector<BaseTask>& tasks);
-    bool isCounted(Statement& statement);
+    bool isCounted(Statement& statement, bool whenUnprepared);
+    int addBatchResults(int target, const std::vector<BaseResult>& results);
     int addSweptResult(const BaseTask& task, int returnCode, const std::string& data);
     int moveSelected(const char* method, const char* insertSql, const char* deleteSql, int returnCode,
                      int& count);

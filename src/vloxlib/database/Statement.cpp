@@ -10,30 +10,26 @@ int Sqlite3Functions::StatementCache::prepare(const char* sql, sqlite3_stmt*& st
     }
     const int rc = sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
     if (rc == SQLITE_OK) {
-        std::unique_ptr<sqlite3_stmt, Finalize> owned(statement);
-        m_prepared.emplace(sql, std::move(owned));
+        m_prepared.emplace(sql, SqliteStatement(statement));
     }
     return rc;
 }
 
 Sqlite3Functions::Statement::Statement(Sqlite3Functions& store, const char* method, const char* sql,
                                        const char* id)
-    : m_store(store), m_method(method), m_id(id), m_prepared(store.m_statements->prepare(sql, m_statement)) {
+    : m_store(store),
+      m_method(method),
+      m_id(id),
+      m_prepared(store.m_statements->prepare(sql, m_statement)),
+      m_use(m_statement) {
     if (m_prepared != SQLITE_OK) {
         logFailure();
     }
 }
 
-Sqlite3Functions::Statement::~Statement() {
-    sqlite3_reset(m_statement);
-    if (m_statement != nullptr) {
-        sqlite3_clear_bindings(m_statement);
-    }
-}
-
 int Sqlite3Functions::Statement::run() {
     const int rc = fetch();
-    sqlite3_reset(m_statement);
+    m_use.reset();
     return rc == SQLITE_DONE ? SQLITE_OK : rc;
 }
 
@@ -41,7 +37,7 @@ int Sqlite3Functions::Statement::fetch() {
     if (m_prepared != SQLITE_OK) {
         return m_prepared;
     }
-    const int rc = m_bound == SQLITE_OK ? sqlite3_step(m_statement) : m_bound;
+    const int rc = m_use.step();
     if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
         logFailure();
     }

@@ -1,14 +1,12 @@
 #ifndef VLOXLIB_DATABASE_STATEMENT_H
 #define VLOXLIB_DATABASE_STATEMENT_H
 
-#include <sqlite3.h>
-
-#include <memory>
 #include <string>
-#include <type_traits>
 #include <unordered_map>
+#include <utility>
 
 #include "vloxlib/database/Sqlite3Functions.h"
+#include "vloxlib/utility/SqliteHandles.h"
 
 namespace vloxlib {
 
@@ -22,12 +20,8 @@ public:
     int prepare(const char* sql, sqlite3_stmt*& statement);
 
 private:
-    struct Finalize {
-        void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-    };
-
     sqlite3* m_db;
-    std::unordered_map<const char*, std::unique_ptr<sqlite3_stmt, Finalize>> m_prepared;
+    std::unordered_map<const char*, SqliteStatement> m_prepared;
 };
 
 // One use of a cached statement: prepare, bind, step; it goes back reset and without bindings.
@@ -37,17 +31,13 @@ private:
 class Sqlite3Functions::Statement : public Noncopyable {
 public:
     Statement(Sqlite3Functions& store, const char* method, const char* sql, const char* id = "");
-    ~Statement() override;
 
     int prepared() const { return m_prepared; }
 
     // All parameters in their order. Text is not copied: it has to stay alive and unchanged until the step.
     template <class... Values>
     void bind(Values&&... values) {
-        static_assert((!std::is_same_v<Values, std::string> && ...), "a temporary would be gone by the step");
-        m_bound = SQLITE_OK;
-        int index = 0;
-        (bindOne(++index, values), ...);
+        m_use.bind(std::forward<Values>(values)...);
     }
 
     // A statement without rows: 0 when it is done. It can be bound and run again, after a failure too.
@@ -78,21 +68,14 @@ public:
     }
 
 private:
-    void bindOne(int index, long long value) { bound(sqlite3_bind_int64(m_statement, index, value)); }
-    void bindOne(int index, const std::string& text) {
-        bound(sqlite3_bind_text64(m_statement, index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8));
-    }
-    void bindOne(int index, const char* text) = delete;  // would become a temporary string
-    void bound(int rc) { m_bound = m_bound == SQLITE_OK ? rc : m_bound; }
-
     void logFailure() const;
 
     Sqlite3Functions& m_store;
     const char* m_method;
     const char* m_id;
-    sqlite3_stmt* m_statement = nullptr;  // the cache's
+    sqlite3_stmt* m_statement = nullptr;  // the cache's; null after a failed prepare
     int m_prepared;                       // stays below m_statement: its initialiser writes it
-    int m_bound = SQLITE_OK;
+    SqliteUse m_use;
 };
 
 // BEGIN now; ROLLBACK at the end of the scope unless committed. A failing BEGIN is logged and the work goes

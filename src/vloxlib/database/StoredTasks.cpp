@@ -168,8 +168,8 @@ int Sqlite3Functions::getTaskStatus(const std::string& id, TaskStatus& status) {
         [&](sqlite3_stmt* row) { status = static_cast<TaskStatus>(sqlite3_column_int(row, 0)); });
 }
 
-bool Sqlite3Functions::isCounted(Statement& statement) {
-    bool counted = statement.prepared() != SQLITE_OK;
+bool Sqlite3Functions::isCounted(Statement& statement, bool whenUnprepared) {
+    bool counted = statement.prepared() != SQLITE_OK && whenUnprepared;
     statement.fetchOne([&](sqlite3_stmt* row) { counted = sqlite3_column_int64(row, 0) > 0; });
     return counted;
 }
@@ -178,21 +178,21 @@ bool Sqlite3Functions::hasTask(const std::string& id) {
     Sqlite3Guard lock(m_lock);
     Statement statement(*this, "hasTask", "SELECT count(*) FROM table_task WHERE task_id=?;", id.c_str());
     statement.bind(id);
-    return isCounted(statement);
+    return isCounted(statement, true);
 }
 
 bool Sqlite3Functions::hasTask(TaskPriority priority) {
     Sqlite3Guard lock(m_lock);
     Statement statement(*this, "hasTask", "SELECT count(*) FROM table_task WHERE priority=?;");
     statement.bind(priority);
-    return isCounted(statement);
+    return isCounted(statement, true);
 }
 
 bool Sqlite3Functions::hasTask(TaskType type, TaskStatus status) {
     Sqlite3Guard lock(m_lock);
     Statement statement(*this, "hasTask", "SELECT count(*) FROM table_task WHERE type=? AND status=?;");
     statement.bind(type, status);
-    return isCounted(statement);
+    return isCounted(statement, true);
 }
 
 int Sqlite3Functions::updateTask(const std::string& id, TaskType type, const std::string& data,

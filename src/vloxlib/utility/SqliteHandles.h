@@ -41,11 +41,13 @@ public:
     template <class... Values>
     void bind(Values&&... values) {
         static_assert((!std::is_same_v<Values, std::string> && ...), "a temporary would be gone by the step");
+        m_bound = SQLITE_OK;
         int index = 0;
         (bindOne(++index, values), ...);
     }
 
     [[nodiscard]] int step() { return m_bound == SQLITE_OK ? sqlite3_step(m_statement) : m_bound; }
+    void reset() { sqlite3_reset(m_statement); }  ///< Ready to be bound and stepped again.
 
     int integer(int column) const { return sqlite3_column_int(m_statement, column); }
     long long longInteger(int column) const { return sqlite3_column_int64(m_statement, column); }
@@ -58,6 +60,9 @@ public:
 
 private:
     void bindOne(int index, long long value) { keep(sqlite3_bind_int64(m_statement, index, value)); }
+    void bindOne(int index, const char* text) {
+        keep(sqlite3_bind_text(m_statement, index, text, -1, SQLITE_STATIC));
+    }
     void bindOne(int index, const std::string& text) {
         keep(sqlite3_bind_text64(m_statement, index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8));
     }
