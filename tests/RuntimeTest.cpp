@@ -1,4 +1,5 @@
 #include <Poco/Environment.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,7 +12,6 @@
 #include <functional>
 #include <future>
 #include <map>
-#include <regex>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -563,8 +563,8 @@ TEST_F(FirstStartTest, PassesOnThatTheLogFileCannotBeOpened) {
 
 TEST_F(StartTest, DeviceIdIsMadeOnceForTheUserAlone) {
     const std::string id = deviceId();
-    const std::regex guid("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
-    EXPECT_TRUE(std::regex_match(id, guid)) << id;
+    EXPECT_THAT(id,
+                testing::MatchesRegex("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}"));
     EXPECT_EQ(Strings{"config/VLOX/deviceId"}, filesIn(""));
     EXPECT_EQ(id, home.read("config/VLOX/deviceId")) << "plain text";
     using std::filesystem::perms;
