@@ -6,45 +6,30 @@
 #include <quilcrypto/sm9/Hash.h>
 #include <quilcrypto/sm9/Pairing.h>
 #include <quilcrypto/sm9/Sm9.h>
-#include <rapidjson/document.h>
-#include <rapidjson/istreamwrapper.h>
 
-#include <fstream>
 #include <memory>
 #include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "support/Vectors.h"
+
 using namespace vloxlib::sm9;
 
 namespace {
 
 const rapidjson::Value& vectors(const char* section) {
-    static const rapidjson::Document document = [] {
-        std::ifstream file(VLOX_TEST_DATA "/sm9-vectors.json");
-        rapidjson::IStreamWrapper stream(file);
-        rapidjson::Document read;
-        read.ParseStream(stream);
-        return read;
-    }();
+    static const rapidjson::Document document = vlox_test::vectors("sm9-vectors.json");
     return document[section];
 }
 
-Bytes fromHex(const std::string& hex) {
-    Bytes bytes;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
-        bytes.push_back(static_cast<std::uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
-    }
-    return bytes;
+Bytes fromHex(const std::string& digits) {
+    const std::string bytes = vlox_test::fromHex(digits);
+    return Bytes(bytes.begin(), bytes.end());
 }
 
-std::string toHex(ByteView bytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string hex;
-    for (const std::uint8_t byte : bytes) hex += {digits[byte >> 4], digits[byte & 15]};
-    return hex;
-}
+std::string toHex(ByteView bytes) { return vlox_test::toHex(std::string(bytes.begin(), bytes.end())); }
 
 std::string text(const rapidjson::Value& row, const char* member) { return row[member].GetString(); }
 Bytes bytesOf(const rapidjson::Value& row, const char* member) { return fromHex(text(row, member)); }

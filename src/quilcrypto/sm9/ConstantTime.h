@@ -34,17 +34,6 @@ private:
     T m_value{};
 };
 
-/// @brief All ones or zero from 1 or 0, in a way that the compiler can't turn back into a condition.
-inline std::uint64_t maskFromBit(std::uint64_t bit) {
-#if defined(__GNUC__) || defined(__clang__)
-    __asm__("" : "+r"(bit));
-#else
-    volatile std::uint64_t hidden = bit;
-    bit = hidden;
-#endif
-    return 0 - bit;
-}
-
 /// @brief a where mask is all ones, b where it is zero.
 template <typename T>
 T select(std::uint64_t mask, const T& a, const T& b) {

@@ -65,7 +65,7 @@ Word256 montgomeryProductPortable(const Word256& a, const Word256& b, const Modu
     const Word256 product{t[0], t[1], t[2], t[3]};
     std::uint64_t borrow = 0;
     const Word256 reduced = subtract(product, m.value, borrow);
-    return select(0 - (borrow & (t[4] ^ 1)), product, reduced);
+    return select(maskFromBit(borrow & (t[4] ^ 1)), product, reduced);
 }
 
 }  // namespace vloxlib::sm9

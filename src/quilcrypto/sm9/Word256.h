@@ -88,21 +88,32 @@ struct Modulus {
     Word256 rSquared;               ///< R^2 mod value
 };
 
+/// @brief All ones or zero from 1 or 0, in a way that the compiler can't turn back into a condition.
+inline std::uint64_t maskFromBit(std::uint64_t bit) {
+#if defined(__GNUC__) || defined(__clang__)
+    __asm__("" : "+r"(bit));
+#else
+    volatile std::uint64_t hidden = bit;
+    bit = hidden;
+#endif
+    return 0 - bit;
+}
+
 /// @brief (a + b) mod m for a, b < m.
-constexpr Word256 addModPortable(const Word256& a, const Word256& b, const Word256& m) {
+inline Word256 addModPortable(const Word256& a, const Word256& b, const Word256& m) {
     std::uint64_t carry = 0;
     std::uint64_t borrow = 0;
     const Word256 sum = add(a, b, carry);
     const Word256 reduced = subtract(sum, m, borrow);
-    return select(0 - (borrow & (carry ^ 1)), sum, reduced);
+    return select(maskFromBit(borrow & (carry ^ 1)), sum, reduced);
 }
 
 /// @brief (a - b) mod m for a, b < m.
-constexpr Word256 subtractModPortable(const Word256& a, const Word256& b, const Word256& m) {
+inline Word256 subtractModPortable(const Word256& a, const Word256& b, const Word256& m) {
     std::uint64_t borrow = 0;
     std::uint64_t carry = 0;
     const Word256 difference = subtract(a, b, borrow);
-    return add(difference, select(0 - borrow, m, Word256{}), carry);
+    return add(difference, select(maskFromBit(borrow), m, Word256{}), carry);
 }
 
 constexpr Modulus makeModulus(const Word256& value) {
@@ -111,7 +122,12 @@ constexpr Modulus makeModulus(const Word256& value) {
     std::uint64_t borrow = 0;
     const Word256 r = subtract(Word256{}, value, borrow);
     Word256 rSquared = r;
-    for (int bit = 0; bit < 256; ++bit) rSquared = addModPortable(rSquared, rSquared, value);
+    for (int bit = 0; bit < 256; ++bit) {
+        std::uint64_t carry = 0;
+        const Word256 twice = add(rSquared, rSquared, carry);
+        const Word256 reduced = subtract(twice, value, borrow);
+        rSquared = carry < borrow ? twice : reduced;
+    }
     return {value, 0 - inverse, r, rSquared};
 }
 
