@@ -7,11 +7,13 @@
 #include <curl/curl.h>
 
 #include <chrono>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <thread>
 
 #include "vloxlib/ConfigManager.h"
+#include "vloxlib/Context.h"
 #include "vloxlib/encrypt/Base64.h"
 #include "vloxlib/encrypt/EncryptBridge.h"
 #include "vloxlib/http/HttpClient.h"
@@ -26,9 +28,12 @@ const std::string kReply =
 // Answers each connection with the same few bytes; runs until the process ends.
 class Server {
 public:
-    static std::string url() {
+    static std::string url(const std::string& host = "127.0.0.1") {
+        return "http://" + host + ":" + port() + "/vlox/echo";
+    }
+    static std::string port() {
         static auto* const server = new Server;
-        return "http://127.0.0.1:" + std::to_string(server->m_socket.address().port()) + "/vlox/echo";
+        return std::to_string(server->m_socket.address().port());
     }
 
 private:
@@ -70,9 +75,9 @@ CURL* bareHandle(const std::string& url, std::string& body) {
     return curl;
 }
 
-bool getByVlox() {
+bool getByVlox(const std::string& url) {
     vloxlib::HttpClient client;
-    client.createGetRequest(Server::url());
+    client.createGetRequest(url);
     auto qos = std::make_shared<vloxlib::QosParams>();
     qos->timeout = 15;
     qos->connectTimeout = 10;
@@ -80,11 +85,25 @@ bool getByVlox() {
     return client.performSync(qos, &status) == 0 && !client.getResultData().empty();
 }
 
-bool getByBare() {
+bool getByBare(const std::string& url, curl_slist* resolve) {
     std::string body;
-    CURL* const curl = bareHandle(Server::url(), body);
+    CURL* const curl = bareHandle(url, body);
+    curl_easy_setopt(curl, CURLOPT_RESOLVE, resolve);
     const bool good = curl_easy_perform(curl) == CURLE_OK && !body.empty();
     curl_easy_cleanup(curl);
+    return good;
+}
+
+bool getAddressByVlox() { return getByVlox(Server::url()); }
+bool getAddressByBare() { return getByBare(Server::url(), nullptr); }
+
+// By name: the library's own resolver knows the address after the first time.
+bool getNameByVlox() { return getByVlox(Server::url("localhost")); }
+bool getNameByBare() {
+    curl_slist* const resolve =
+        curl_slist_append(nullptr, ("localhost:" + Server::port() + ":127.0.0.1").c_str());
+    const bool good = getByBare(Server::url("localhost"), resolve);
+    curl_slist_free_all(resolve);
     return good;
 }
 
@@ -104,12 +123,14 @@ private:
         m_config->setConfig(vloxlib::CONFIG_SYM_ENCRYPT_TYPE, 0);
         m_config->setConfig(vloxlib::CONFIG_ENCRYPT_PUBKEY, "none");
         m_bridge->initial();
+        vloxlib::Context::getInstance()->setContext(vloxlib::CONTEXT_DATA_DIR,
+                                                    std::filesystem::temp_directory_path().string());
+        m_helper = vloxlib::HttpHelper::getInstance(vloxlib::UserInfo("app", "bench"));
     }
 
     std::shared_ptr<vloxlib::ConfigManager> m_config = vloxlib::ConfigManager::getInstance("bench");
     std::shared_ptr<vloxlib::EncryptBridge> m_bridge = vloxlib::EncryptBridge::getInstance("bench");
-    std::shared_ptr<vloxlib::HttpHelper> m_helper =
-        vloxlib::HttpHelper::getInstance(vloxlib::UserInfo("app", "bench"));
+    std::shared_ptr<vloxlib::HttpHelper> m_helper;
 };
 
 bool requestByVlox() {
@@ -150,8 +171,18 @@ void takeTurns(benchmark::State& state, bool (*timed)(), bool (*other)()) {
     }
 }
 
-BENCHMARK_CAPTURE(takeTurns, , getByVlox, getByBare)->Name("Http/GET by performSync/vlox")->UseManualTime();
-BENCHMARK_CAPTURE(takeTurns, , getByBare, getByVlox)->Name("Http/GET by performSync/bare")->UseManualTime();
+BENCHMARK_CAPTURE(takeTurns, , getAddressByVlox, getAddressByBare)
+    ->Name("Http/GET by performSync/vlox")
+    ->UseManualTime();
+BENCHMARK_CAPTURE(takeTurns, , getAddressByBare, getAddressByVlox)
+    ->Name("Http/GET by performSync/bare")
+    ->UseManualTime();
+BENCHMARK_CAPTURE(takeTurns, , getNameByVlox, getNameByBare)
+    ->Name("Http/GET with pinning/vlox")
+    ->UseManualTime();
+BENCHMARK_CAPTURE(takeTurns, , getNameByBare, getNameByVlox)
+    ->Name("Http/GET with pinning/bare")
+    ->UseManualTime();
 BENCHMARK_CAPTURE(takeTurns, , requestByVlox, requestByBare)
     ->Name("Http/service request/vlox")
     ->UseManualTime();

@@ -60,6 +60,7 @@
 #include <vloxlib/http/HttpTypes.h>
 #include <vloxlib/http/LoginInfo.h>
 #include <vloxlib/http/ServerAddrManager.h>
+#include <vloxlib/http/ServerInfo.h>
 #include <vloxlib/http/TransferData.h>
 #include <vloxlib/log/FunctionName.h>
 #include <vloxlib/log/vloxLog.h>

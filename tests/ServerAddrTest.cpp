@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "support/DataDir.h"
 #include "support/RawHttpServer.h"
 #include "vloxlib/ConfigManager.h"
 #include "vloxlib/encrypt/Base64.h"
@@ -50,6 +51,7 @@ protected:
     }
     std::string text(_ConfigKey key) const { return config->getConfig(key, std::string("absent")); }
 
+    const vlox_test::DataDir dataDir;
     std::shared_ptr<ConfigManager> config = ConfigManager::getInstance(kVloxId);
     std::shared_ptr<EncryptBridge> bridge = EncryptBridge::getInstance(kVloxId);
     std::shared_ptr<ServerAddrManager> manager = ServerAddrManager::getInstance(UserInfo("app", kVloxId));

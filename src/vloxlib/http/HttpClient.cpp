@@ -6,10 +6,14 @@
 #include <cstring>
 #include <exception>
 
+#include "platform/InetAddress.h"
+#include "vloxlib/dnscache/DNSCache.h"
+#include "vloxlib/dnscache/Tools.h"
 #include "vloxlib/http/HttpHeaderLine.h"
 #include "vloxlib/http/HttpRequestShare.h"
 #include "vloxlib/http/TransferData.h"
 #include "vloxlib/log/vloxLog.h"
+#include "vloxlib/network/NetworkMonitor.h"
 
 namespace vloxlib {
 
@@ -71,6 +75,7 @@ public:
         curl_easy_setopt(m_curl, CURLOPT_WRITEDATA, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_READFUNCTION, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_HTTPHEADER, nullptr);
+        curl_easy_setopt(m_curl, CURLOPT_RESOLVE, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_POSTFIELDS, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_CUSTOMREQUEST, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_HTTPGET, 1L);
@@ -142,7 +147,34 @@ int HttpClient::setHeader(const Fields& headers) {
 
 int HttpClient::performSync(std::shared_ptr<QosParams> qos, long* httpCode) {
     syncCommonParams(std::move(qos));
-    return httpPerform(httpCode);
+    chooseAddress();
+    const int ret = httpPerform(httpCode);
+    reportFailure(ret);
+    return ret;
+}
+
+void HttpClient::chooseAddress() {
+    m_resolveIp.clear();
+    const HOSTPORT target = Tools::getHOSTPORT(m_url);
+    if (platform::isInetAddress(target.host)) {
+        return;
+    }
+    m_resolveIp = DNSCache::getInstance()->getIpByDomain(target.host);
+    if (m_resolveIp.empty()) {
+        VLOX_LOG(2, "ip get from DNSCache is empty");
+        return;
+    }
+    VLOX_LOG(2, "ip get from DNSCache is %s", m_resolveIp.c_str());
+    m_resolveHost = target.host;
+    m_resolvePort = std::to_string(target.port);
+}
+
+// Where there is no network, a failure isn't the address's.
+void HttpClient::reportFailure(int ret) const {
+    const bool failed = m_curlCode != CURLE_OK || ret == kUnknown;
+    if (failed && !m_resolveIp.empty() && NetworkMonitor::getNetworkType() != NETWORK_TYPE_NONE) {
+        DNSCache::getInstance()->notifyFailureIpByDomain(m_resolveHost, m_resolveIp, m_curlCode);
+    }
 }
 
 int HttpClient::syncCommonParams(std::shared_ptr<QosParams> qos) {
@@ -255,7 +287,11 @@ int HttpClient::performInMemory(const std::string& url, long* httpCode) {
 
 long HttpClient::transfer(const std::string& url, long* httpCode) {
     CURL* const curl = m_curl.get();
+    const std::string pinned = m_resolveHost + ":" + m_resolvePort + ":" + m_resolveIp;
+    const std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> resolve(
+        m_resolveIp.empty() ? nullptr : curl_slist_append(nullptr, pinned.c_str()), &curl_slist_free_all);
     const LentToCurl lent(curl);
+    curl_easy_setopt(curl, CURLOPT_RESOLVE, resolve.get());
     curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
     curl_easy_setopt(curl, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(curl, CURLOPT_HTTPHEADER, m_headerList.get());

@@ -49,6 +49,10 @@ public:
     Fields getParam() const { return m_param; }  ///< The fields, values escaped.
 
     /// @brief Runs the exchange on the calling thread.
+    ///
+    /// The address is the one that DNSCache gives for the URL's host, which is told when the exchange fails
+    /// over it while there is a network; without one libcurl resolves the host. The host's own name goes into
+    /// the request and into the check of its certificate all the same.
     /// @param qos time limits; null for the defaults
     /// @param httpCode receives the last reply's HTTP status, 0 without a reply; may be null
     int performSync(std::shared_ptr<QosParams> qos, long* httpCode);
@@ -102,6 +106,8 @@ private:
     static std::size_t httpRecvDataCallback(char* buffer, std::size_t size, std::size_t count, void* data);
 
     int create(HTTPMethod method, const std::string& url);
+    void chooseAddress();
+    void reportFailure(int ret) const;
     std::string joinedParams() const;
     std::string urlWithParams() const;
     void appendHeaderLine(const std::string& line);
@@ -129,6 +135,9 @@ private:
     std::string m_clientCertContent;
     std::string m_keyPassword;
     int m_curlCode = 0;
+    std::string m_resolveHost;
+    std::string m_resolveIp;  // empty: the exchange goes by name
+    std::string m_resolvePort;
     bool m_verifyHost = true;
 };
 

@@ -10,9 +10,11 @@
 #include "vloxlib/ErrorCodes.h"
 #include "vloxlib/InstancesHolder.h"
 #include "vloxlib/ServiceVocabulary.h"
+#include "vloxlib/dnscachehelper/DnsCacheHelper.h"
 #include "vloxlib/encrypt/Base64.h"
 #include "vloxlib/encrypt/EncryptBridge.h"
 #include "vloxlib/http/HttpClient.h"
+#include "vloxlib/http/ServerAddrManager.h"
 #include "vloxlib/log/vloxLog.h"
 
 namespace vloxlib {
@@ -24,6 +26,10 @@ constexpr int kLongestConnect = 10;
 constexpr int kNoJson = -112;
 constexpr int kNoCode = -116;
 constexpr int kOtherZone = 10016;
+constexpr int kOtherZoneNative = -829;
+constexpr int kNoZone = -104;
+constexpr int kNotResolved = -806;
+constexpr int kTimedOut = -828;
 
 void initialLibcurl() {
     static std::once_flag once;
@@ -53,6 +59,14 @@ std::string decrypted(const JsonValue& data, const std::shared_ptr<EncryptBridge
 
 }  // namespace
 
+struct HttpHelper::Request {
+    HTTPMethod method;
+    int timeout;
+    const JsonValue& params;
+    JsonValue& result;
+    rapidjson::Document& document;
+};
+
 InstancesHolder<HttpHelper> HttpHelper::s_instanceHolder;
 
 std::shared_ptr<HttpHelper> HttpHelper::getInstance(const UserInfo& userInfo) {
@@ -66,7 +80,9 @@ void HttpHelper::releaseInstance(const std::string& vloxId) {
 HttpHelper::HttpHelper(const UserInfo& userInfo)
     : m_configManager(ConfigManager::getInstance(userInfo.getVloxID())),
       m_encrypt(EncryptBridge::getInstance(userInfo.getVloxID())),
+      m_serverAddrManager(ServerAddrManager::getInstance(userInfo)),
       m_userInfo(userInfo) {
+    DnsCacheHelper::getInstance().initDNSCache();
     initialLibcurl();
 }
 
@@ -130,14 +146,14 @@ std::string HttpHelper::doSyncHttpRequest(HTTPMethod method, HTTPBusinessType bu
     return doSyncHttpRequest(method, businessType, url, params, headParams, timeout);
 }
 
-std::string HttpHelper::doSyncHttpRequest(HTTPMethod method, HTTPBusinessType, const std::string& url,
-                                          const JsonValue& params, const HeadParams& headParams,
-                                          int timeout) {
+std::string HttpHelper::doSyncHttpRequest(HTTPMethod method, HTTPBusinessType businessType,
+                                          const std::string& url, const JsonValue& params,
+                                          const HeadParams& headParams, int timeout) {
     if (url.empty()) {
         VLOX_LOG(3, "url is empty");
         return "";
     }
-    const std::string head = generateUrlHead(url, headParams);
+    std::string head = generateUrlHead(url, headParams);
     if (head.empty()) {
         return "";
     }
@@ -145,17 +161,107 @@ std::string HttpHelper::doSyncHttpRequest(HTTPMethod method, HTTPBusinessType, c
         VLOX_LOG(3, "params is no json object");
         return "";
     }
-    const int asymType = m_configManager->getConfig(CONFIG_ENCRYPT_POLICY, 0);
     rapidjson::Document document;
     JsonValue signedParams(params, document.GetAllocator());
     addText(signedParams, PARA_TOKEN, getToken(), document);
     JsonValue result;
-    httpRequestEncryptData(method, head, signedParams, m_encrypt, asymType, result, document, timeout);
+    const Request request{method, timeout, signedParams, result, document};
+    std::string base = url;
+    int ret = requestOwnZone(request, head);
+    if ((ret == kNotResolved || ret == kTimedOut) && replaceServerAddress(businessType, head)) {
+        ret = requestOwnZone(request, head);
+        base = head;
+    }
+    if (ret == kOtherZoneNative) {
+        requestOtherZone(request, base);
+    }
     if (result.IsNull()) {
         VLOX_LOG(4, "resultValue is empty");
         return "";
     }
     return RapidJsonUtils::jsonToString(result);
+}
+
+bool HttpHelper::replaceServerAddress(HTTPBusinessType businessType, std::string& url) {
+    switch (businessType) {
+        case HTTP_BUSINESS_AS:
+            return m_serverAddrManager->replaceServerAddress(CONFIG_AS_HOST, url);
+        case HTTP_BUSINESS_FS:
+            return m_serverAddrManager->replaceServerAddress(CONFIG_FS_HOST, url);
+        case HTTP_BUSINESS_CDS:
+            return m_serverAddrManager->replaceServerAddress(CONFIG_CDS_HOST, url);
+        case HTTP_BUSINESS_TOPIC:
+            return m_serverAddrManager->replaceServerAddress(CONFIG_TOPIC_HOST, url);
+        case HTTP_BUSINESS_BLS:
+            return m_serverAddrManager->replaceServerAddress(CONFIG_BLS_HOST, url);
+    }
+    return false;
+}
+
+int HttpHelper::requestOwnZone(const Request& request, const std::string& url) {
+    return httpRequestEncryptData(request, url, m_encrypt,
+                                  m_configManager->getConfig(CONFIG_ENCRYPT_POLICY, 0));
+}
+
+// The zone's answer stands in the result; that it names a further zone isn't followed.
+void HttpHelper::requestOtherZone(const Request& request, const std::string& base) {
+    ServerInfo serverInfo;
+    const std::shared_ptr<EncryptBridge> bridge = bridgeToOtherZone(request.result, serverInfo);
+    if (bridge) {
+        httpRequestEncryptData(request, generateCrossDomainUrl(base, serverInfo), bridge,
+                               serverInfo.asymEncryptType);
+    } else {
+        request.result.AddMember(rapidjson::StringRef(PARA_RETURN_CODE), kNoZone,
+                                 request.document.GetAllocator());
+    }
+}
+
+std::shared_ptr<EncryptBridge> HttpHelper::bridgeToOtherZone(const JsonValue& result,
+                                                             ServerInfo& serverInfo) const {
+    std::string zone;
+    if (!RapidJsonUtils::getMemberString(result, PARA_DATA, zone)) {
+        VLOX_LOG(4, "json error");
+        return nullptr;
+    }
+    const int symType = m_configManager->getConfig(CONFIG_SYM_ENCRYPT_TYPE, 0);
+    auto bridge = generateEncryptBridge(static_cast<SYM_ENCRYPT_TYPE>(symType), zone, serverInfo);
+    if (!bridge) {
+        VLOX_LOG(4, "encryptBridge is null");
+    }
+    return bridge;
+}
+
+std::shared_ptr<EncryptBridge> HttpHelper::generateEncryptBridge(SYM_ENCRYPT_TYPE symType,
+                                                                 const std::string& encryptInfo,
+                                                                 ServerInfo& serverInfo) {
+    rapidjson::Document zone;
+    std::string publicKey;
+    std::string parameters;
+    int asymType = 0;
+    if (!RapidJsonUtils::parse(encryptInfo, zone) ||
+        !RapidJsonUtils::getMemberString(zone, "otherZonePublicKey", publicKey) ||
+        !RapidJsonUtils::getMemberString(zone, "otherZoneIbcPubParam", parameters) ||
+        !RapidJsonUtils::getMemberInt(zone, "otherZoneAsymmetricCryptoType", asymType)) {
+        VLOX_LOG(4, "json parse error, encryptInfo=%s", encryptInfo.c_str());
+        return nullptr;
+    }
+    serverInfo.asymEncryptType = static_cast<ASYM_ENCRYPT_TYPE>(asymType);
+    // Both land in the one field: a zone that has an address for TLS is reached there.
+    RapidJsonUtils::getMemberString(zone, "otherZoneHttpPublicAddress", serverInfo.httpAddress);
+    RapidJsonUtils::getMemberString(zone, "otherZoneHttpsPublicAddress", serverInfo.httpAddress);
+    return std::make_shared<EncryptBridge>(symType, serverInfo.asymEncryptType, publicKey, parameters);
+}
+
+// The other zone's address in front of the URL's path. Ten characters reach from the scheme into the host.
+std::string HttpHelper::generateCrossDomainUrl(std::string url, const ServerInfo& serverInfo) const {
+    const bool both = !serverInfo.httpAddress.empty() && !serverInfo.httpsAddress.empty();
+    const bool https = both ? getWebRequestMode() != SECURITY_POLICY_PLAIN : serverInfo.httpAddress.empty();
+    url.replace(0, 10, "a");
+    const std::size_t path = std::min(url.find('/'), url.size());
+    const std::string crossUrl =
+        (https ? serverInfo.httpsAddress : serverInfo.httpAddress) + url.substr(path);
+    VLOX_LOG(2, "urlStr=%s", crossUrl.c_str());
+    return crossUrl;
 }
 
 std::string HttpHelper::generateUrlHead(std::string url, const HeadParams& headParams) {
@@ -186,15 +292,14 @@ int HttpHelper::replaceUrlByHeadParams(std::string& url, const HeadParams& headP
     return 0;
 }
 
-int HttpHelper::httpRequestEncryptData(HTTPMethod method, const std::string& url, const JsonValue& params,
-                                       const std::shared_ptr<EncryptBridge>& bridge, int asymType,
-                                       JsonValue& result, rapidjson::Document& document, int timeout) {
-    const std::string text = RapidJsonUtils::jsonToString(params);
+int HttpHelper::httpRequestEncryptData(const Request& request, const std::string& url,
+                                       const std::shared_ptr<EncryptBridge>& bridge, int asymType) {
+    const std::string text = RapidJsonUtils::jsonToString(request.params);
     const std::string encrypted = generateHttpParam(bridge, text);
     HttpClient client;
     secure(client, url);
-    VLOX_LOG(1, "httpMode=%d,url=%s, param=%s", method, url.c_str(), text.c_str());
-    creatHttpRequest(method, client, url);
+    VLOX_LOG(1, "httpMode=%d,url=%s, param=%s", request.method, url.c_str(), text.c_str());
+    creatHttpRequest(request.method, client, url);
     if (!bridge) {
         VLOX_LOG(4, "m_encrypt is not been set");
         return 0;
@@ -202,10 +307,11 @@ int HttpHelper::httpRequestEncryptData(HTTPMethod method, const std::string& url
     addFields(client, *bridge, asymType, encrypted);
     addCustomHeader(client, bridge);
     auto qos = std::make_shared<QosParams>();
-    qos->timeout = timeout;
-    qos->connectTimeout = std::min(timeout, kLongestConnect);
+    qos->timeout = request.timeout;
+    qos->connectTimeout = std::min(request.timeout, kLongestConnect);
     const int curlRet = client.performSync(std::move(qos), nullptr);
-    return handleHttpBody("doSyncHttpRequest", curlRet, client.getResultData(), bridge, result, document);
+    return handleHttpBody("doSyncHttpRequest", curlRet, client.getResultData(), bridge, request.result,
+                          request.document);
 }
 
 void HttpHelper::secure(HttpClient& client, const std::string& url) const {

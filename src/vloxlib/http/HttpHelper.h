@@ -9,6 +9,7 @@
 #include <vloxlib/UserInfo.h>
 #include <vloxlib/http/HttpTypes.h>
 #include <vloxlib/http/LoginInfo.h>
+#include <vloxlib/http/ServerInfo.h>
 #include <vloxlib/utility/RapidJsonUtils.h>
 #include <map>
 #include <memory>
@@ -20,6 +21,7 @@ namespace vloxlib {
 class ConfigManager;
 class EncryptBridge;
 class HttpClient;
+class ServerAddrManager;
 template <typename T>
 class InstancesHolder;
 
@@ -29,6 +31,10 @@ class InstancesHolder;
 /// the JSON text that the service sent, decrypted, or after a failure what came instead; it is absent when it
 /// would be empty. `returnCode` is 0 or a native code, negative but for the 15xxx family. The empty text as a
 /// result says that nothing was sent.
+///
+/// Two failures are mended, once each: a host that can't be resolved or doesn't answer in time, where the
+/// other address of "AS" takes its place; and a reply that names another zone, which is then asked. Each
+/// attempt appends its members to the one result, so that a reader by name finds those of the first.
 ///
 /// Threads: any; each request runs on its caller's thread, and requests run in parallel.
 /// Ownership: shares the client's configuration and its encryption bridge, which the application has to have
@@ -96,6 +102,14 @@ public:
     static std::string generateHttpHeaderParam(std::shared_ptr<EncryptBridge> bridge,
                                                const std::string& text);
 
+    /// @brief A bridge into the zone that a reply names; nobody but the caller holds it.
+    /// @param encryptInfo the reply's decrypted data
+    /// @param serverInfo receives the zone's address and kind of encryption
+    /// @return null when the zone isn't named in full
+    static std::shared_ptr<EncryptBridge> generateEncryptBridge(SYM_ENCRYPT_TYPE symType,
+                                                                const std::string& encryptInfo,
+                                                                ServerInfo& serverInfo);
+
     /// @brief The URL of a service path on the client's "AS" server; empty while the server isn't configured.
     std::string getCommonHttpBusinessTypeFullUrl(const std::string& path);
 
@@ -123,9 +137,16 @@ private:
     static std::string generateUrlHead(std::string url, const HeadParams& headParams);
     static int replaceUrlByHeadParams(std::string& url, const HeadParams& headParams);
 
-    int httpRequestEncryptData(HTTPMethod method, const std::string& url, const JsonValue& params,
-                               const std::shared_ptr<EncryptBridge>& bridge, int asymType, JsonValue& result,
-                               rapidjson::Document& document, int timeout);
+    bool replaceServerAddress(HTTPBusinessType businessType, std::string& url);
+
+    /// One attempt or several at the same thing: what stays the same, and the result that they add to.
+    struct Request;
+    int httpRequestEncryptData(const Request& request, const std::string& url,
+                               const std::shared_ptr<EncryptBridge>& bridge, int asymType);
+    int requestOwnZone(const Request& request, const std::string& url);
+    void requestOtherZone(const Request& request, const std::string& base);
+    std::shared_ptr<EncryptBridge> bridgeToOtherZone(const JsonValue& result, ServerInfo& serverInfo) const;
+    std::string generateCrossDomainUrl(std::string url, const ServerInfo& serverInfo) const;
     void secure(HttpClient& client, const std::string& url) const;
     void addFields(HttpClient& client, EncryptBridge& bridge, int asymType,
                    const std::string& encryptedParams) const;
@@ -134,6 +155,7 @@ private:
 
     const std::shared_ptr<ConfigManager> m_configManager;
     const std::shared_ptr<EncryptBridge> m_encrypt;
+    const std::shared_ptr<ServerAddrManager> m_serverAddrManager;
     const UserInfo m_userInfo;
     std::mutex m_loginMutex;
     LoginInfo m_loginInfo;    // guarded by m_loginMutex
