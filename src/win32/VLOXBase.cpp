@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "vloxlib/ConfigManager.h"
+#include "vloxlib/http/HttpHelper.h"
 #include "vloxlib/log/vloxLog.h"
 #include "vloxlib/thread/Windows/WindowsMutex.h"
 #include "win32/VloxModuleAbstract.h"
@@ -232,6 +233,25 @@ std::string VLOXBase::getUrl(__int64 clientId, _ConfigKey hostKey, _ConfigKey po
     const std::string scheme = config->getConfig(CONFIG_WEB_REQUEST_MODE, 0) == 0 ? "http://" : "https://";
     const std::string prefix = config->getConfig(CONFIG_URL_SERVICE_PREFIX, 1) == 0 ? "/" : "/vlox/";
     return scheme + config->getConfig(hostKey, "") + ":" + config->getConfig(portKey, "") + prefix + path;
+}
+
+std::string VLOXBase::doSyncHttpRequest(__int64 clientId, HTTPMethod method, HTTPBusinessType businessType,
+                                        const std::string& path, const std::string& body) {
+    return HttpHelper::getInstance(getUserInfo(clientId))
+        ->doSyncHttpRequest(method, businessType, path, body);
+}
+
+std::string VLOXBase::doSyncHttpRequest(__int64 clientId, HTTPMethod method, HTTPBusinessType businessType,
+                                        const std::string& path, const std::string& body,
+                                        const std::map<std::string, std::string>& headParams) {
+    return HttpHelper::getInstance(getUserInfo(clientId))
+        ->doSyncHttpRequest(method, businessType, path, headParams, body);
+}
+
+std::string VLOXBase::doSyncHttpRequest(__int64 clientId, HTTPMethod method, HTTPBusinessType businessType,
+                                        const std::string& path, JsonValue& body) {
+    return HttpHelper::getInstance(getUserInfo(clientId))
+        ->doSyncHttpRequest(method, businessType, path, body, std::map<std::string, std::string>());
 }
 
 }  // namespace vloxlib

@@ -5,6 +5,9 @@
 #include <vloxlib/Export.h>
 #include <vloxlib/Types.h>
 #include <vloxlib/UserInfo.h>
+#include <vloxlib/http/HttpTypes.h>
+#include <vloxlib/utility/RapidJsonUtils.h>
+#include <map>
 #include <string>
 
 namespace vloxlib {
@@ -61,6 +64,23 @@ public:
     /// @brief The full URL of a service's path; an unset host or port leaves its place empty.
     static std::string getUrl(__int64 clientId, _ConfigKey hostKey, _ConfigKey portKey,
                               const std::string& path);
+
+    /// @name Service requests
+    /// One request of the client's HttpHelper within 15 seconds, on the caller's thread and without a lock.
+    /// Who makes several should hold the client's HttpHelper and EncryptBridge, or each request makes them
+    /// anew.
+    /// @param path the whole URL, as getUrl() gives it
+    /// @param headParams a value for each ${name} in the URL
+    /// @return the result text of HttpHelper::doSyncHttpRequest(); empty when nothing was sent
+    /// @{
+    static std::string doSyncHttpRequest(__int64 clientId, HTTPMethod method, HTTPBusinessType businessType,
+                                         const std::string& path, const std::string& body);
+    static std::string doSyncHttpRequest(__int64 clientId, HTTPMethod method, HTTPBusinessType businessType,
+                                         const std::string& path, const std::string& body,
+                                         const std::map<std::string, std::string>& headParams);
+    static std::string doSyncHttpRequest(__int64 clientId, HTTPMethod method, HTTPBusinessType businessType,
+                                         const std::string& path, JsonValue& body);
+    /// @}
 };
 
 }  // namespace vloxlib
