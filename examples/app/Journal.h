@@ -1,0 +1,34 @@
+#ifndef APP_JOURNAL_H
+#define APP_JOURNAL_H
+
+#include <fstream>
+#include <set>
+#include <string>
+
+namespace app {
+
+/// The application's own record of the results that it has taken: a JSON object per line, for this run and
+/// all later ones. Not for several threads at once.
+class Journal {
+public:
+    /// Throws std::runtime_error when the file can't be used.
+    explicit Journal(const std::string& path);
+
+    enum Outcome { TAKEN, TWICE, FAILED };
+    /// @return TAKEN once the result is in the file
+    Outcome take(const std::string& id, const std::string& json);
+
+    const std::set<std::string>& ids() const { return m_ids; }
+    const std::string& path() const { return m_path; }
+
+private:
+    void read();
+
+    const std::string m_path;
+    std::set<std::string> m_ids;
+    std::ofstream m_file;
+};
+
+}  // namespace app
+
+#endif

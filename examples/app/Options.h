@@ -1,0 +1,37 @@
+#ifndef APP_OPTIONS_H
+#define APP_OPTIONS_H
+
+#include <stdexcept>
+#include <string>
+
+namespace app {
+
+/// How requests are encrypted, as the library numbers it.
+struct Crypto {
+    std::string name;
+    int asymmetric;  ///< how the session key is wrapped: 0 none, 2 SM2, 4 SM9
+    int symmetric;   ///< how content is encrypted: 0 none, 1 AES-128, 2 SM4
+};
+
+struct Options {
+    std::string messages;                 ///< the input: a JSON value per line
+    std::string directory = "demo-data";  ///< store, log and journal
+    std::string platform;                 ///< file with the platform's own first line
+    std::string summary;                  ///< file for the final figures as JSON; empty: none
+    Crypto crypto{"sm2-aes", 2, 1};
+    int senders = 4;
+    bool progressLine = false;  ///< one line that changes, for a terminal
+    bool stopOnEof = false;     ///< end when standard input ends, that is, with the process that holds it
+};
+
+/// The text is one line.
+class OptionError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Throws OptionError.
+Options parseOptions(int argc, char** argv);
+
+}  // namespace app
+
+#endif
