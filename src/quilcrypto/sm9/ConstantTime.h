@@ -55,11 +55,14 @@ T lookUp(const std::array<T, Count>& table, std::uint64_t index) {
     static_assert(std::is_trivially_copyable_v<T> && sizeof(T) % sizeof(std::uint64_t) == 0, "made of words");
     std::array<std::uint64_t, kWords> chosen{};
     for (std::uint64_t i = 0; i < Count; ++i) {
-        std::array<std::uint64_t, kWords> words;
-        std::memcpy(words.data(), &table[i], sizeof(T));
+        const auto* bytes = reinterpret_cast<const unsigned char*>(&table[i]);
         const std::uint64_t differs = ((i ^ index) + 0xff) >> 8;  // for numbers below 256
         const std::uint64_t mask = maskFromBit(differs ^ 1);
-        for (std::size_t j = 0; j < kWords; ++j) chosen[j] |= mask & words[j];
+        for (std::size_t j = 0; j < kWords; ++j) {
+            std::uint64_t word;
+            std::memcpy(&word, bytes + j * sizeof word, sizeof word);
+            chosen[j] |= mask & word;
+        }
     }
     T entry;
     std::memcpy(static_cast<void*>(&entry), chosen.data(), sizeof(T));

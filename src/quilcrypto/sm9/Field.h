@@ -3,6 +3,7 @@
 #ifndef QUILCRYPTO_SM9_FIELD_H
 #define QUILCRYPTO_SM9_FIELD_H
 
+#include <quilcrypto/sm9/Inverse.h>
 #include <quilcrypto/sm9/Word256.h>
 
 #include <optional>
@@ -69,10 +70,10 @@ public:
         }
         return result;
     }
-    /// @brief a^(prime - 2): the inverse, and zero for zero.
+    /// @brief The inverse, and zero for zero.
     Residue inverse() const {
-        std::uint64_t borrow = 0;
-        return power(subtract(modulus().value, Word256{2, 0, 0, 0}, borrow));
+        static const Word256 start = inverseStart();
+        return Residue(inverseBySteps(start, m_words, modulus()));
     }
 
     bool isZero() const { return sm9::isZero(m_words); }
@@ -82,6 +83,15 @@ public:
     static constexpr const Modulus& modulus() { return Prime::kModulus; }
 
 private:
+    // The steps give start (a R)^-1 (2^62 R^-1)^10, and a^-1 R is wanted.
+    static Word256 inverseStart() {
+        const Residue r = fromInteger(modulus().r);
+        std::uint64_t borrow = 0;
+        const Word256 minusTwo = subtract(modulus().value, Word256{2, 0, 0, 0}, borrow);
+        const Residue perBatch =
+            r * fromInteger(1ULL << kStepsPerBatch).power(minusTwo);  // R 2^-62, by Fermat
+        return (r * perBatch.power(Word256{kBatches, 0, 0, 0})).m_words;
+    }
     struct Unset {};
     explicit Residue(Unset) {}  // NOLINT(cppcoreguidelines-pro-type-member-init): about to be written
     static Residue product(const Word256& a, const Word256& b) {

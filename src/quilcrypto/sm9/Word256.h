@@ -33,6 +33,33 @@ constexpr std::uint64_t subtractWithBorrow(std::uint64_t a, std::uint64_t b, std
     return difference;
 }
 
+/// @brief sum + a b + carry, of which the low word is returned and the high word becomes carry; it can't run
+/// over.
+#ifdef __SIZEOF_INT128__
+__extension__ using Uint128 = unsigned __int128;
+
+inline std::uint64_t multiplyAdd(std::uint64_t sum, std::uint64_t a, std::uint64_t b, std::uint64_t& carry) {
+    const Uint128 total = static_cast<Uint128>(a) * b + sum + carry;
+    carry = static_cast<std::uint64_t>(total >> 64);
+    return static_cast<std::uint64_t>(total);
+}
+#else
+inline std::uint64_t multiplyAdd(std::uint64_t sum, std::uint64_t a, std::uint64_t b, std::uint64_t& carry) {
+    const std::uint64_t low = 0xffffffffU;
+    const std::uint64_t ll = (a & low) * (b & low);
+    const std::uint64_t lh = (a & low) * (b >> 32) + (ll >> 32);
+    const std::uint64_t hl = (a >> 32) * (b & low) + (lh & low);
+    std::uint64_t high = (a >> 32) * (b >> 32) + (lh >> 32) + (hl >> 32);
+    std::uint64_t result = (hl << 32) | (ll & low);
+    result += sum;
+    high += static_cast<std::uint64_t>(result < sum);
+    result += carry;
+    high += static_cast<std::uint64_t>(result < carry);
+    carry = high;
+    return result;
+}
+#endif
+
 /// @brief a + b, the carry told apart.
 constexpr Word256 add(const Word256& a, const Word256& b, std::uint64_t& carry) {
     Word256 sum{};
