@@ -21,7 +21,7 @@ namespace {
 
 constexpr int kRotatingFiles = 1;
 // Flushing is the worker's own business; the stream only gathers what lies between two flushes.
-constexpr std::size_t kFileBuffer = 64 * 1024;
+constexpr std::size_t kFileBuffer = 65536;
 
 spdlog::sink_ptr makeFileSink(const std::string& path, int sinkMode, int maxFiles, int maxFileSize) {
     const spdlog::filename_t file = std::filesystem::u8path(path).native();

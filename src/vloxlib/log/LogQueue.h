@@ -74,7 +74,7 @@ public:
     /// How many records there are.
     std::size_t size();
     /// The reader's record, counted from the oldest.
-    LogRecord& record(std::size_t index) { return m_records[(m_read + index) % kCapacity]; }
+    const LogRecord& record(std::size_t index) const { return m_records[(m_next + index) % kCapacity]; }
     /// Gives the oldest records back to the writers.
     void release(std::size_t count);
     /// The end, in two steps of the reader: from beginClose() on writers wait while what is queued is read,
@@ -90,18 +90,21 @@ public:
 
 private:
     static constexpr std::size_t kNever = kCapacity + 1;
+    static constexpr std::size_t kCacheLine = 64;
 
-    std::mutex m_mutex;
+    const std::unique_ptr<LogRecord[]> m_records;
+    std::size_t m_next = 0;  // the reader's own copy of m_read, out of the way of what the writers change
+
+    alignas(kCacheLine) std::mutex m_mutex;
     std::condition_variable m_readable;
     std::condition_variable m_writable;
-    bool m_closing = false;            // guarded by m_mutex
-    bool m_closed = false;             // guarded by m_mutex
-    bool m_urgent = false;             // guarded by m_mutex
-    std::size_t m_wakeAt = kNever;     // guarded by m_mutex: how many records wake the reader
-    std::size_t m_writersWaiting = 0;  // guarded by m_mutex
-    std::size_t m_written = 0;         // guarded by m_mutex
-    std::size_t m_read = 0;            // written by the reader under m_mutex, read by the reader without
-    std::unique_ptr<LogRecord[]> m_records;
+    bool m_closing = false;  // guarded by m_mutex, as all that follows
+    bool m_closed = false;
+    bool m_urgent = false;
+    std::size_t m_wakeAt = kNever;  // how many records wake the reader
+    std::size_t m_writersWaiting = 0;
+    std::size_t m_written = 0;
+    std::size_t m_read = 0;
 };
 
 template <typename Fill>
