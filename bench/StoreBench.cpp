@@ -11,6 +11,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "vlox_common.h"
@@ -117,15 +118,9 @@ private:
 
 class BareSide {
 public:
-    explicit BareSide(int tasks = 0) : m_file(tasks) {
-        const std::string path = m_file.dir() + "/client.db";
-        const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
-        check(sqlite3_open_v2(path.c_str(), &m_db, flags, nullptr));
-        for (const char* sql : {"PRAGMA synchronous = FULL;", "PRAGMA journal_mode = WAL;",
-                                "PRAGMA locking_mode = EXCLUSIVE;", "BEGIN IMMEDIATE; COMMIT;"}) {
-            check(sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr));
-        }
-    }
+    explicit BareSide(int tasks = 0)
+        : m_file(std::make_unique<StoreFile>(tasks)), m_db(open(m_file->dir())) {}
+    explicit BareSide(const std::string& dir) : m_db(open(dir)) {}
     ~BareSide() {
         m_prepared.clear();
         sqlite3_close(m_db);
@@ -133,13 +128,26 @@ public:
     BareSide(const BareSide&) = delete;
     BareSide& operator=(const BareSide&) = delete;
 
+    sqlite3* handle() const { return m_db; }
     Prepared& prepare(const char* sql) {
         return *m_prepared.emplace_back(std::make_unique<Prepared>(m_db, sql));
     }
 
 private:
-    StoreFile m_file;
-    sqlite3* m_db = nullptr;
+    static sqlite3* open(const std::string& dir) {
+        const std::string path = dir + "/client.db";
+        sqlite3* db = nullptr;
+        const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
+        check(sqlite3_open_v2(path.c_str(), &db, flags, nullptr));
+        for (const char* sql : {"PRAGMA synchronous = FULL;", "PRAGMA journal_mode = WAL;",
+                                "PRAGMA locking_mode = EXCLUSIVE;", "BEGIN IMMEDIATE; COMMIT;"}) {
+            check(sqlite3_exec(db, sql, nullptr, nullptr, nullptr));
+        }
+        return db;
+    }
+
+    std::unique_ptr<StoreFile> m_file;
+    sqlite3* m_db;
     std::vector<std::unique_ptr<Prepared>> m_prepared;
 };
 
@@ -397,5 +405,158 @@ void getValueByKeyBare(benchmark::State& state) {
     }
 }
 BENCHMARK(getValueByKeyBare)->Name("Store/getValueByKey/bare")->UseRealTime();
+
+// ---- messages
+
+struct MessageBatch {
+    explicit MessageBatch(long long number) {
+        const std::string base = std::to_string(number) + "/";
+        for (int message = 0; message < 100; ++message) {
+            const std::string id = base + std::to_string(message);
+            results.emplace_back(id, static_cast<ResultType>(16), kPayload, 0, RESULT_STATUS_STORED);
+            ids.emplace(id, number);
+        }
+        for (int command = 0; command < 10; ++command) {
+            commands.insert(
+                std::make_shared<CMDInfoItem>(base + std::to_string(command), "message", 1, "from", "", ""));
+        }
+    }
+    std::vector<BaseResult> results;
+    CMDInfoItemSet commands;
+    std::map<std::string, int64> ids;
+};
+
+void submitBatchVlox(benchmark::State& state) {
+    VloxSide side;
+    long long number = 0;
+    for (auto _ : state) {
+        MessageBatch batch(++number);
+        timeEach(state, [&] {
+            check(side->submitBatchMessage(0, batch.results, batch.commands, batch.ids, number, number));
+        });
+    }
+}
+BENCHMARK(submitBatchVlox)->Name("Store/submitBatchMessage/vlox")->UseManualTime();
+
+void submitBatchBare(benchmark::State& state) {
+    BareSide side;
+    Prepared& begin = side.prepare("BEGIN;");
+    Prepared& addResult = side.prepare(kAddResult);
+    Prepared& addCommand = side.prepare(
+        "insert or ignore into table_msg_cmd(cmdMessageId, messageId, status, fromVloxId, tos, groupid) "
+        "values(?, ?, ?, ?, ?, ?)");
+    Prepared& addId =
+        side.prepare("insert into table_seqid_messageid(vloxid, msgid, timestamp) values(?, ?,?)");
+    Prepared& retain = side.prepare("REPLACE INTO table_seqid (seqid, priority) VALUES(?, ?);");
+    Prepared& commit = side.prepare("COMMIT;");
+    long long number = 0;
+    for (auto _ : state) {
+        const MessageBatch batch(++number);
+        timeEach(state, [&] {
+            begin.run();
+            for (const BaseResult& result : batch.results) {
+                addResult.bind(result.getResultId(), result.getType(), result.getData(), 0, 0).run();
+            }
+            for (const auto& item : batch.commands) {
+                addCommand
+                    .bind(item->m_cmdMessageId, item->m_messageId, item->m_status, item->m_from, item->m_tos,
+                          item->m_groupId)
+                    .run();
+            }
+            for (const auto& [id, timestamp] : batch.ids) {
+                addId.bind(0, id, timestamp).run();
+            }
+            retain.bind(number, 0).run();
+            retain.bind(number, 1).run();
+            commit.run();
+        });
+    }
+}
+BENCHMARK(submitBatchBare)->Name("Store/submitBatchMessage/bare")->UseManualTime();
+
+// 500 received and 500 sent ids, every other one stored, over a million of each.
+struct AskedIds {
+    AskedIds() {
+        for (int id = 0; id < 500; ++id) {
+            const int number = id * 1999 + (id % 2 == 0 ? 0 : 1000000);
+            received.emplace(idOf(number), id);
+            sent.emplace(idOf(number), 500 + id);
+        }
+    }
+    std::unordered_map<std::string, int> received;
+    std::unordered_map<std::string, int> sent;
+};
+
+const char* const kMillionIds[] = {
+    "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i+1 FROM n WHERE i<999999) "
+    "INSERT INTO table_seqid_messageid SELECT 0, 'task-' || i, 0 FROM n",
+    "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i+1 FROM n WHERE i<999999) "
+    "INSERT INTO table_send_failed_msgs SELECT 'task-' || i FROM n",
+};
+
+// The directory of a file with a million ids of each kind, made once; both sides read it, one after the
+// other.
+const std::string& millionIds() {
+    static const StoreFile file(0);
+    static const std::string dir = [] {
+        sqlite3* db = nullptr;
+        check(sqlite3_open((file.dir() + "/client.db").c_str(), &db));
+        for (const char* sql : kMillionIds) {
+            check(sqlite3_exec(db, sql, nullptr, nullptr, nullptr));
+        }
+        check(sqlite3_close(db));
+        return file.dir();
+    }();
+    return dir;
+}
+
+void batchCheckVlox(benchmark::State& state) {
+    const std::string& dir = millionIds();
+    Sqlite3Functions* const store = Sqlite3Functions::getSqliteInstance(dir.c_str(), "client");
+    const AskedIds asked;
+    for (auto _ : state) {
+        std::vector<int> found(1000);
+        check(store->batchCheckExist(asked.received, asked.sent, found));
+        benchmark::DoNotOptimize(found);
+    }
+    Sqlite3Functions::releaseSqliteInstance(dir.c_str(), "client");
+}
+BENCHMARK(batchCheckVlox)->Name("Store/batchCheckExist/vlox")->UseRealTime();
+
+void checkPlain(sqlite3* db, const char* head, const std::unordered_map<std::string, int>& ids,
+                std::vector<int>& found) {
+    std::string sql = std::string(head) + " in(?";
+    for (std::size_t id = 1; id < ids.size(); ++id) {
+        sql += ",?";
+    }
+    sql += ")";
+    sqlite3_stmt* statement = nullptr;
+    check(sqlite3_prepare_v2(db, sql.c_str(), -1, &statement, nullptr));
+    int index = 0;
+    for (const auto& entry : ids) {
+        sqlite3_bind_text(statement, ++index, entry.first.data(), static_cast<int>(entry.first.size()),
+                          SQLITE_STATIC);
+    }
+    while (sqlite3_step(statement) == SQLITE_ROW) {
+        const auto* id = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+        found[static_cast<std::size_t>(ids.at(id))] = 1;
+    }
+    sqlite3_finalize(statement);
+}
+
+void batchCheckBare(benchmark::State& state) {
+    BareSide side(millionIds());
+    const AskedIds asked;
+    for (auto _ : state) {
+        std::vector<int> found(1000);
+        check(sqlite3_exec(side.handle(), "BEGIN;", nullptr, nullptr, nullptr));
+        checkPlain(side.handle(), "select msgid from table_seqid_messageid where msgid", asked.received,
+                   found);
+        checkPlain(side.handle(), "select msgid from table_send_failed_msgs where msgid", asked.sent, found);
+        check(sqlite3_exec(side.handle(), "COMMIT;", nullptr, nullptr, nullptr));
+        benchmark::DoNotOptimize(found);
+    }
+}
+BENCHMARK(batchCheckBare)->Name("Store/batchCheckExist/bare")->UseRealTime();
 
 }  // namespace
