@@ -3,6 +3,7 @@
 #include <common/Json.h>
 #include <vloxlib/Context.h>
 #include <vloxlib/database/Sqlite3Functions.h>
+#include <vloxlib/log/vloxLog.h>
 #include <win32/VLOXBase.h>
 
 #include <utility>
@@ -21,7 +22,9 @@ MessageModule::MessageModule(std::string storeName, int senders, MessagesListene
 void MessageModule::onModuleRegistered(__int64 clientId) {
     const vloxlib::UserInfo user = VLOXBase::getUserInfo(clientId);
     m_bridge = vloxlib::EncryptBridge::getInstance(user.getVloxID());
-    m_bridge->initial();  // the session key, by the client's configuration
+    if (m_bridge->initial() != 0) {  // the session key, by the client's configuration
+        VLOX_LOG(4, "no session key could be made, the platform will refuse all requests");
+    }
     m_http = vloxlib::HttpHelper::getInstance(user);
     m_queue = std::make_unique<MessageQueue>(m_storeName);
     m_results = std::make_unique<MessageResults>(m_storeName, m_report, m_listener, m_context);

@@ -192,7 +192,8 @@ void MessageSender::waitForWork(unsigned long long seen) {
     if (m_due.empty()) {
         m_condition.wait(lock, somethingToDo);
     } else {
-        m_condition.wait_until(lock, m_due.begin()->first, somethingToDo);
+        const Clock::time_point next = m_due.begin()->first;  // a copy: others change the map during the wait
+        m_condition.wait_until(lock, next, somethingToDo);
     }
 }
 
