@@ -18,9 +18,11 @@
 #include <vector>
 
 #include "support/LogCapture.h"
+#include "support/RawHttpServer.h"
 #include "support/TempDir.h"
 #include "vloxlib/ConfigManager.h"
 #include "vloxlib/Context.h"
+#include "vloxlib/encrypt/EncryptBridge.h"
 #include "vloxlib/log/vloxLog.h"
 #include "win32/Identity.h"
 #include "win32/VLOXBase.h"
@@ -364,6 +366,24 @@ TEST_F(ClientTest, IsUsedByManyThreads) {
     }
     EXPECT_EQ(400, std::count_if(calls.begin(), calls.end(),
                                  [](const std::string& call) { return call.find("module business") == 0; }));
+}
+
+TEST_F(ClientTest, RequestsDoNotHoldUpCommands) {
+    setConfigInt(client, CONFIG_ENCRYPT_POLICY, 0);
+    setConfigInt(client, CONFIG_SYM_ENCRYPT_TYPE, 0);
+    setConfigStr(client, CONFIG_ENCRYPT_PUBKEY, "none");
+    const auto bridge = EncryptBridge::getInstance(vloxId);
+    bridge->initial();
+    bool commandRan = false;
+    vlox_test::RawHttpServer server([&](Poco::Net::StreamSocket& socket, const std::string&) {
+        auto command = std::async(
+            std::launch::async, [this] { return VLOXBase::dispatchBusinessCmd(client, 1, 2, "meanwhile"); });
+        commandRan = command.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+        vlox_test::RawHttpServer::send(socket, vlox_test::RawHttpServer::ok(R"({"code":"0"})"));
+    });
+    EXPECT_EQ(R"({"returnCode":0})", VLOXBase::doSyncHttpRequest(client, HTTP_METHOD_POST, HTTP_BUSINESS_AS,
+                                                                 server.url(), R"({"a":1})"));
+    EXPECT_TRUE(commandRan);
 }
 
 TEST(TextHelpers, CopyStringNeverLeavesItsBuffer) {
