@@ -491,6 +491,7 @@ TEST_F(Sm9, NumbersAndPointsOutOfRangeAreRefused) {
     altered[127] ^= 1;
     EXPECT_FALSE(UserKey::fromBytes(altered, Bytes())) << "off the twist";
     EXPECT_FALSE(UserKey::fromBytes({p2.data(), 127}, Bytes()));
+    EXPECT_FALSE(key.encapsulate(~std::size_t{0})) << "more than the key derivation can count";
     const std::string one(63, '0');
     const Bytes ofOtherOrder = fromHex(one + "1" + one + "1" +
                                        "231bf6749ac68a2223472afbd4341831d08572cf445ea350acf8d3b903d69b91"

@@ -1,6 +1,7 @@
 #include <quilcrypto/sm9/Hash.h>
 
 #include <algorithm>
+#include <limits>
 
 namespace vloxlib::sm9 {
 namespace {
@@ -66,6 +67,7 @@ std::optional<Fn> hashToScalar(ByteView identity) {
 }
 
 std::optional<SecretBytes> deriveKey(ByteView c, ByteView w, ByteView identity, std::size_t size) {
+    if (size / Digest().size() >= std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
     Sm3 prefix;
     prefix.update(c).update(w).update(identity);
     SecretBytes key;

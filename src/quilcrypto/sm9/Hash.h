@@ -42,7 +42,8 @@ private:
 /// SM3(01 || Z || 00000001) || SM3(01 || Z || 00000002), and (Ha mod (n - 1)) + 1.
 std::optional<Fn> hashToScalar(ByteView identity);
 
-/// @brief KDF(Z, size) = SM3(Z || 00000001) || SM3(Z || 00000002) || .., cut, for Z = C || w || identity.
+/// @brief KDF(Z, size) = SM3(Z || 00000001) || SM3(Z || 00000002) || .., cut, for Z = C || w || identity;
+/// below 2^37 bytes.
 std::optional<SecretBytes> deriveKey(ByteView c, ByteView w, ByteView identity, std::size_t size);
 
 /// @brief MAC(K2, Z) = SM3(Z || K2).

@@ -1,4 +1,3 @@
-#include <openssl/crypto.h>
 #include <quilcrypto/sm9/Pairing.h>
 
 namespace vloxlib::sm9 {
@@ -52,19 +51,19 @@ public:
     explicit LineWalk(const G2Affine& start) : m_t(start) {}
 
     PreparedG2::Line toDouble() {
-        const Fp2 xx = m_t.x.square();
-        return step((xx.doubled() + xx) * m_t.y.doubled().inverse(), m_t.x);
+        const Fp2 xx = m_t->x.square();
+        return step((xx.doubled() + xx) * m_t->y.doubled().inverse(), m_t->x);
     }
-    PreparedG2::Line toAdd(const G2Affine& q) { return step((q.y - m_t.y) * (q.x - m_t.x).inverse(), q.x); }
+    PreparedG2::Line toAdd(const G2Affine& q) { return step((q.y - m_t->y) * (q.x - m_t->x).inverse(), q.x); }
 
 private:
     PreparedG2::Line step(const Fp2& slope, const Fp2& otherX) {
-        const Fp2 offset = slope * m_t.x - m_t.y;
-        const Fp2 x = slope.square() - m_t.x - otherX;
-        m_t = {x, offset - slope * x};
+        const Fp2 offset = slope * m_t->x - m_t->y;
+        const Fp2 x = slope.square() - m_t->x - otherX;
+        *m_t = {x, offset - slope * x};
         return {slope, offset};
     }
-    G2Affine m_t;
+    Secret<G2Affine> m_t;
 };
 
 }  // namespace
@@ -81,10 +80,8 @@ PreparedG2::PreparedG2(const G2Affine& q) {
     m_lines.push_back(walk.toAdd(-frobenius(image)));
 }
 
-PreparedG2::~PreparedG2() { OPENSSL_cleanse(m_lines.data(), m_lines.size() * sizeof(Line)); }
-
 const PreparedG2& preparedP2() {
-    static const PreparedG2 prepared(generatorP2());
+    static const PreparedG2& prepared = *new PreparedG2(generatorP2());  // threads may outlive static objects
     return prepared;
 }
 

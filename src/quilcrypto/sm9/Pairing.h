@@ -3,6 +3,7 @@
 #ifndef QUILCRYPTO_SM9_PAIRING_H
 #define QUILCRYPTO_SM9_PAIRING_H
 
+#include <quilcrypto/sm9/Bytes.h>
 #include <quilcrypto/sm9/Curve.h>
 
 #include <array>
@@ -10,27 +11,23 @@
 
 namespace vloxlib::sm9 {
 
-/// @brief What the Miller loop needs of the point of G2: the slopes and offsets of its lines, one after the
-/// other.
+/// @brief What the Miller loop needs of the point of G2: the slopes and offsets of its lines in their order.
 ///
-/// Made once for a point that is paired often; P2 is one in every encryption, a user's key in every
-/// decryption.
+/// Made once for a point that is paired often: P2 is in every encryption, a user's key in every decryption.
 class PreparedG2 {
 public:
-    explicit PreparedG2(const G2Affine& q);  ///< q has order n
-    ~PreparedG2();
-    PreparedG2(PreparedG2&&) noexcept = default;
-    PreparedG2& operator=(PreparedG2&&) noexcept = default;
-
     /// @brief The line through two points T, T' of the twist with slope m, as m and m x_T - y_T.
     struct Line {
         Fp2 slope;
         Fp2 offset;
     };
-    const std::vector<Line>& lines() const { return m_lines; }
+    using Lines = std::vector<Line, CleansingAllocator<Line>>;
+
+    explicit PreparedG2(const G2Affine& q);  ///< q has order n
+    const Lines& lines() const { return m_lines; }
 
 private:
-    std::vector<Line> m_lines;
+    Lines m_lines;
 };
 
 /// @brief The lines of P2, made at first use and kept.

@@ -80,8 +80,9 @@ std::optional<SystemParameters> SystemParameters::fromPoint(ByteView xy) {
 
 Bytes SystemParameters::toDer() const { return writeMasterPublicKey({m_point.data(), m_point.size()}); }
 
-// C = [r]Q with Q = [h]P1 + Ppub-e, and w = g^r with g = e(Ppub-e, P2). Once, this is cheapest as R =
-// [r]Ppub-e, C = [r h]P1 + R, w = e(R, P2); again and again, with tables of Q and g.
+// C = [r]Q with Q = [h]P1 + Ppub-e, and w = g^r with g = e(Ppub-e, P2).
+// Once, this is cheapest as R = [r]Ppub-e, C = [r h]P1 + R, w = e(R, P2); again and again, with tables of Q
+// and g.
 struct EncryptionKey::State {
     State(const G1Point& ppub, ByteView identity)
         : m_ppub(ppub), m_h(hashToScalar(identity)), m_identity(identity.begin(), identity.end()) {}

@@ -33,8 +33,7 @@ constexpr std::uint64_t subtractWithBorrow(std::uint64_t a, std::uint64_t b, std
     return difference;
 }
 
-/// @brief sum + a b + carry, of which the low word is returned and the high word becomes carry; it can't run
-/// over.
+/// @brief The low word of sum + a b + carry, which can't run over two words; carry becomes the high one.
 #ifdef __SIZEOF_INT128__
 __extension__ using Uint128 = unsigned __int128;
 
