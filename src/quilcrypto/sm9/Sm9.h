@@ -39,7 +39,7 @@ private:
 
 /// @brief The public encryption key of one identity (hid 0x03) under given parameters.
 ///
-/// Cheap to make and to use once. From the second use on it keeps tables of some 140 KB, so that a wrap costs
+/// Cheap to make and to use once. From the second use on it keeps tables of some 130 KB, so that a wrap costs
 /// a quarter; the call that builds them takes a few milliseconds.
 class EncryptionKey {
 public:
