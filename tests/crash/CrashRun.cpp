@@ -5,6 +5,7 @@
 #include <Poco/Process.h>
 
 #include <chrono>
+#include <set>
 #include <sstream>
 #include <thread>
 #include <utility>
@@ -29,7 +30,9 @@ void CrashRun::killOnce() {
     for (const std::string& line : liveAndDie(m_directory, generation, m_random() % 80)) {
         learn(line);
     }
-    compare(look(m_directory));
+    const std::map<std::string, unsigned> found = look(m_directory);
+    compareMessages(found);
+    compare(found);
 }
 
 std::vector<std::string> CrashRun::liveAndDie(const std::string& directory, const std::string& generation,
@@ -77,8 +80,11 @@ void CrashRun::learn(const std::string& line) {
             move(id, Nowhere, Task, done);
         } else if (operation == "addFile") {
             move(id, Nowhere, FileTask, done);
-        } else if (operation == "addResults") {
+        } else if (operation == "addResults" || operation == "submit") {
             move(id, Nowhere, Result, done);
+            if (operation == "submit") {
+                m_messages[id] = done;
+            }
         } else if (operation == "sweep") {
             const bool isFile = (m_places[id] & (FileTask | FileResult)) != 0;
             move(id, isFile ? FileTask : Task, isFile ? FileResult : Result, done);
@@ -146,6 +152,32 @@ void CrashRun::compare(const std::map<std::string, unsigned>& found) {
     for (const auto& [id, place] : found) {
         if (m_places.count(id) == 0) {
             lose(id + ": nobody stored it, it is in " + text(place));
+        }
+    }
+}
+
+// A message's id and its command stay for good; its result was there when they came.
+void CrashRun::compareMessages(const std::map<std::string, unsigned>& found) {
+    const RawDatabase file(m_directory + "/crash.db");
+    const auto setOf = [&](const char* sql) {
+        const std::vector<std::string> ids = file.values(sql);
+        return std::set<std::string>(ids.begin(), ids.end());
+    };
+    const std::set<std::string> ids = setOf("SELECT msgid FROM table_seqid_messageid");
+    if (ids != setOf("SELECT messageId FROM table_msg_cmd")) {
+        lose("the messages' ids are not those of their commands");
+    }
+    for (auto& [id, acknowledged] : m_messages) {
+        const bool stored = ids.count(id) == 1;
+        if (acknowledged ? !stored : stored != (found.count(id) == 1)) {
+            lose(id + ": half of a batch of messages");
+        }
+    }
+    m_messages.clear();
+    for (const std::string& id : ids) {
+        m_messages.emplace(id, true);
+        if (m_places.count(id) == 0) {
+            lose(id + ": nobody submitted this message");
         }
     }
 }

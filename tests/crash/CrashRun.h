@@ -35,11 +35,13 @@ private:
     void move(const std::string& id, unsigned from, unsigned to, bool done);
     std::map<std::string, unsigned> look(const std::string& directory);
     void compare(const std::map<std::string, unsigned>& found);
+    void compareMessages(const std::map<std::string, unsigned>& found);
     void lose(const std::string& what);
 
     const std::string m_directory;
     std::mt19937 m_random;
     std::map<std::string, unsigned> m_places;  // of each id ever named
+    std::map<std::string, bool> m_messages;    // of each submitted message, whether that was acknowledged
     std::vector<std::string> m_batch;          // the ids of the operation that the kill cut off
     long m_kills = 0;
     long m_operations = 0;

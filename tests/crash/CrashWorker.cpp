@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
@@ -32,7 +33,7 @@ public:
     // Storing outweighs the rest a little, so that there is always something to take.
     [[noreturn]] void run() {
         for (;;) {
-            switch (m_random() % 8) {
+            switch (m_random() % 9) {
                 case 0:
                 case 1:
                     add();
@@ -49,6 +50,9 @@ public:
                     break;
                 case 6:
                     addResults();
+                    break;
+                case 7:
+                    submitMessages();
                     break;
                 default:
                     deliver();
@@ -121,6 +125,24 @@ private:
                                  static_cast<ResultStatus>(0));
         }
         acknowledge("addResults", ids, [&] { return m_store.addResult(results, false); });
+    }
+    // Each message brings its id and one command along.
+    void submitMessages() {
+        std::string ids;
+        std::vector<BaseResult> results;
+        std::map<std::string, int64> msgIds;
+        CMDInfoItemSet commands;
+        for (int i = 0; i < kBatch; ++i) {
+            const std::string id = newId();
+            ids += id + " ";
+            results.emplace_back(id, static_cast<ResultType>(kMessage), "received", 0,
+                                 static_cast<ResultStatus>(0));
+            msgIds.emplace(id, i);
+            commands.insert(std::make_shared<CMDInfoItem>("read", id, 1, "sender", "", ""));
+        }
+        acknowledge("submit", ids, [&] {
+            return m_store.submitBatchMessage(0, results, commands, msgIds, m_count, m_count);
+        });
     }
     void deliver() {
         std::vector<std::shared_ptr<BaseResult>> results;
