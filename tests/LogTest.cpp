@@ -245,7 +245,7 @@ TEST_F(LogTest, ThreadsLoseNoLineAndKeepTheirOrder) {
         threads.emplace_back([thread] {
             for (int line = 0; line < kLines; ++line) {
                 VLOX_LOG(line % 1000 == 0 ? 4 : 2, "t%d n%d %s", thread, line,
-                         std::string(line % 300, 'x').c_str());
+                         std::string(static_cast<std::size_t>(line % 300), 'x').c_str());
             }
         });
     }
