@@ -12,8 +12,8 @@ class VLOX_API Aes128CBCStrategy : public SymEncryptStrategy {
 public:
     Aes128CBCStrategy();
 
-    /// The destination is replaced. Only the first 16 bytes of the key are used, whatever its length is said
-    /// to be.
+    /// The destination is replaced. The first 16 bytes of the key are used, whatever its length is said to
+    /// be.
     /// @return false when a file could not be opened, read or written
     bool encryptFile(const unsigned char* key, unsigned int keyLength, const std::string& source,
                      const std::string& destination) override;

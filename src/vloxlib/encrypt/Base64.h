@@ -7,8 +7,8 @@
 
 namespace vloxlib {
 
-/// @brief Base64 in the one form that the whole system uses: RFC 4648 section 5 ("-" and "_"), no padding, no
-/// line breaks.
+/// @brief Base64 in the one form that the whole system uses: RFC 4648 section 5 ("-" and "_"), no
+/// padding, no line breaks.
 ///
 /// All operations are static, hold no state and may be called from any thread. Nothing is logged or thrown.
 class VLOX_API Base64 : public Noncopyable {
@@ -18,8 +18,7 @@ public:
     static std::string encode(const char* data, int length);
 
     /// White space is skipped wherever it stands, and padding is tolerated.
-    /// @return the bytes; where the text isn't valid, those of the whole groups of four characters before
-    /// that place
+    /// @return the bytes; where the text isn't valid, those of the whole groups of four before that place
     static std::string decode(const std::string& text);
     /// @param length in characters; a null pointer or a length below 1 gives the empty string
     static std::string decode(const char* text, int length);

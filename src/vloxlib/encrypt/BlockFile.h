@@ -1,5 +1,5 @@
 // The file format of the block ciphers: each block of 16 bytes alone under the key, PKCS#7 padding at the
-// end. Memory stays constant whatever the file's length. Both files are closed on every path; one left half
+// end. Memory stays constant whatever the file's length. Both files are closed on every path; what is half
 // written stays.
 #ifndef VLOXLIB_ENCRYPT_BLOCKFILE_H
 #define VLOXLIB_ENCRYPT_BLOCKFILE_H

@@ -32,16 +32,14 @@ public:
 
     /// @param uuid the account, whose ConfigManager initial() reads
     explicit EncryptBridge(const std::string& uuid);
-    /// A bridge into another zone, never registered. Whether its key could be made shows in
-    /// getSecretKeyBase64().
+    /// A bridge into another zone, never registered. If its key can't be made, getSecretKeyBase64() is empty.
     /// @param pubKey SM2: URL-safe Base64 of the key's bytes; SM9: the identity
     /// @param ibcParamContent SM9: the text of the system parameters
     EncryptBridge(SYM_ENCRYPT_TYPE symType, ASYM_ENCRYPT_TYPE asymType, const std::string& pubKey,
                   const std::string& ibcParamContent);
     ~EncryptBridge() override;
 
-    /// Makes the strategies and a session key after the account's configuration; does nothing once that has
-    /// been done.
+    /// Makes the strategies and a session key after the account's configuration; once done, does nothing.
     /// @return -1 when the key could not be made, otherwise 0, also when the configuration lacks the public
     /// key or, for SM9, the parameter file
     int initial();
@@ -51,8 +49,7 @@ public:
 
     /// @return the wrapped session key in URL-safe Base64
     const std::string getSecretKeyBase64();
-    /// @return the configured types as a JSON object with the members `asymAlg` and `symAlg`, in URL-safe
-    /// Base64
+    /// @return the configured types, as a JSON object with `asymAlg` and `symAlg` in URL-safe Base64
     std::string getCryptoTypeStr() const;
 
     std::string encryptData(const std::string& plain);

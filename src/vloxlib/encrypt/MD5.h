@@ -8,8 +8,8 @@
 
 namespace vloxlib {
 
-/// @brief MD5 digests as 32 lower-case hexadecimal digits. A checksum for transfers, no protection against
-/// anyone.
+/// @brief MD5 digests as 32 lower-case hexadecimal digits. A checksum for transfers, no
+/// protection against anyone.
 ///
 /// All operations are static, hold no state and may be called from any thread. Paths are UTF-8. Nothing is
 /// logged or thrown: what can't be read gives the empty string.

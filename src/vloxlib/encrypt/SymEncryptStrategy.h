@@ -27,8 +27,7 @@ public:
                                     const std::string& cipher);
 
     /// Encrypts a file block by block with blockEncrypt(); the destination is replaced.
-    /// @return false when a block could not be encrypted, otherwise true, also when a file could not be
-    /// opened
+    /// @return false when a block could not be encrypted, otherwise true, also when a file did not open
     virtual bool encryptFile(const unsigned char* key, unsigned int keyLength, const std::string& source,
                              const std::string& destination);
     /// Decrypts a file block by block with blockDecrypt(), whose result is not looked at, and appends to the
