@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -111,7 +112,9 @@ void registerContent(const std::string& cipherName, const EVP_CIPHER* cipher) {
 // A file of 256 MiB, and room for another one beside it.
 class LargeFile {
 public:
-    LargeFile() : m_directory(std::filesystem::temp_directory_path() / "vlox_crypto_bench") {
+    LargeFile()
+        : m_directory(std::filesystem::temp_directory_path() /
+                      ("vlox_crypto_bench_" + std::to_string(std::random_device()()))) {
         std::filesystem::create_directories(m_directory);
         const std::string part(1024 * 1024, 'p');
         std::ofstream file(plain(), std::ios::binary);
