@@ -53,7 +53,7 @@ messages=${messages:-$PWD/examples/messages.jsonl}
 
 # Built and installed like a release; the example sees nothing but the installed package.
 build() {
-    vlox_build release vlox_common vlox-devserver
+    vlox_build release vlox_common vlox-devserver vlox-inspect
     cmake --install build/release --prefix build/installed >build/install.log
     [[ -f build/examples/build.ninja ]] || cmake -S examples -B build/examples -G Ninja \
         -D CMAKE_PREFIX_PATH="$PWD/build/installed" -D CMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
