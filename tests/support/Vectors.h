@@ -35,7 +35,8 @@ inline std::string fromHex(const std::string& digits) {
 inline std::string toHex(const std::string& bytes) {
     static const char digits[] = "0123456789abcdef";
     std::string text;
-    for (unsigned char byte : bytes) {
+    for (const char character : bytes) {
+        const auto byte = static_cast<unsigned char>(character);
         text += {digits[byte >> 4], digits[byte & 15]};
     }
     return text;
