@@ -293,6 +293,24 @@ TEST(QuilSm9, ParametersComeFromMemoryAndFromFilesInAnyForm) {
     }
 }
 
+// With ke = n - H1 the identity's point Q = [H1]P1 + [ke]P1 is infinity: nothing may be sent under it.
+TEST(QuilSm9, AnIdentityWithoutAKeyIsRefused) {
+    const auto centre = sm9::MasterKey::fromBytes(
+        fromHex("198e09d775c2c1e19235391bb00bc7814811eb3870f499ee99e98d22b1e6a80f"));  // n - H1(Bob)
+    ASSERT_TRUE(centre);
+    const Parameters parameters = parametersOf(text(centre->parameters().toDer()));
+    const PublicKey key = identityKey(parameters.get(), "Bob");
+    ASSERT_TRUE(key);
+    for (int use = 0; use < 2; ++use) {  // once without the kept tables, once with them
+        unsigned char output[512] = {};
+        unsigned int length = sizeof(output);
+        EXPECT_EQ(QCL_ERROR_INTERNAL,
+                  QCLCryptExportData(key.get(), asBytes(kKey), 16, output, &length, nullptr, nullptr));
+        EXPECT_EQ(std::string(sizeof(output), '\0'), std::string(output, output + sizeof(output)));
+    }
+    EXPECT_FALSE(wrap(identityKey(parameters.get(), "Alice").get(), kKey).empty()) << "only that identity";
+}
+
 TEST(QuilObjects, ParametersAndContextMayGoInEitherOrder) {
     const std::string der = text(sm9::MasterKey::generate()->parameters().toDer());
     for (const bool parametersFirst : {true, false}) {
