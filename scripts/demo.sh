@@ -129,6 +129,9 @@ case $status in
     touch "$directory/finished"
     ;;
 3) ;;
-*) echo "the application ended with code $status; run the same command again to finish the rest" ;;
+*)
+    echo "the application ended with code $status; the log in $directory may tell why"
+    echo "run the same command again to finish the rest"
+    ;;
 esac
 exit "$status"

@@ -192,8 +192,7 @@ TEST_F(DemoTest, LosesNothingWhenKilledAtRandomMoments) {
 TEST_F(DemoTest, CtrlCStopsEarlyAndTheNextRunFinishes) {
     serve({"--misbehave", "delay=50"});
     Run first(*this, VLOX_MESSAGES_PATH);
-    while (server().count("encryptedRequests") < 10) {
-    }
+    server().awaitCount("encryptedRequests", 10);
     first.interrupt();
     EXPECT_EQ(kStoppedEarly, first.wait());
     EXPECT_THAT(output(), HasSubstr("the next run on the same directory finishes the rest"));
@@ -246,8 +245,7 @@ TEST_F(DemoTest, OnlyTheForeverQualitySurvivesTheProcess) {
 )");
     serve({"--misbehave", "delay=600000"});
     Run first(*this, file);
-    while (server().count("encryptedRequests") < 4) {
-    }
+    server().awaitCount("encryptedRequests", 4);
     first.kill();
     first.wait();
     serve({});

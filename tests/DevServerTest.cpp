@@ -108,8 +108,7 @@ TEST(DevServer, EndsDuringADelay) {
         } catch (const Poco::Exception&) {
         }
     });
-    while (server.count("plainRequests") == 0) {
-    }
+    server.awaitCount("plainRequests", 1);
     EXPECT_EQ(0, server.stop());
 }
 

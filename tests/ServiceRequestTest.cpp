@@ -5,6 +5,7 @@
 
 #include "support/DevServer.h"
 #include "support/TempDir.h"
+#include "vloxlib/Context.h"
 #include "vloxlib/encrypt/EncryptBridge.h"
 #include "vloxlib/http/HttpHelper.h"
 #include "win32/VLOXBase.h"
@@ -21,6 +22,7 @@ using vlox_test::DevServer;
 class ServiceRequestTest : public testing::Test {
 protected:
     ServiceRequestTest() {
+        Context::getInstance()->setContext(CONTEXT_DEVICE_TYPE, 3);
         setConfigStr(client, CONFIG_AS_HOST, server.host().c_str());
         setConfigInt(client, CONFIG_AS_PORT, server.port());
         setConfigInt(client, CONFIG_ENCRYPT_POLICY, ASYM_SM2);
@@ -83,7 +85,7 @@ TEST_F(ServiceRequestTest, EveryWayOfEncryptingIsReadByTheServer) {
             ASSERT_EQ(0, bridge->initial());
             std::string data;
             ASSERT_EQ(0, getDataStrFromResultStr(post("echo", R"({"text":"ü"})"), data));
-            EXPECT_THAT(data, HasSubstr(R"("header":{"deviceType":0,"vloxId":"someone"})"));
+            EXPECT_THAT(data, HasSubstr(R"("header":{"deviceType":3,"vloxId":"someone"})"));
             EXPECT_THAT(data, HasSubstr(R"("params":{"text":"ü","token":""})"));
             EXPECT_EQ(++sessions, keeper.count("unwrappedKeys"));
         }

@@ -8,12 +8,15 @@
 #include <Poco/PipeStream.h>
 #include <Poco/Process.h>
 #include <Poco/StreamCopier.h>
+#include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
+#include <chrono>
 #include <istream>
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace vlox_test {
@@ -30,7 +33,7 @@ public:
             throw std::runtime_error("vlox-devserver didn't start: '" + m_firstLine + "'");
         }
     }
-    ~DevServer() { stop(); }
+    ~DevServer() { EXPECT_EQ(0, stop()) << "the server didn't end cleanly"; }
     DevServer(const DevServer&) = delete;
     DevServer& operator=(const DevServer&) = delete;
 
@@ -74,6 +77,18 @@ public:
     long long count(const char* name) const {
         const rapidjson::Document counted = stats();
         return counted.HasMember(name) ? counted[name].GetInt64() : 0;
+    }
+
+    /// Waits until a number of stats() has come so far; a test fails where it doesn't within a minute.
+    void awaitCount(const char* name, long long least) const {
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+        while (count(name) < least) {
+            if (std::chrono::steady_clock::now() > giveUp) {
+                ADD_FAILURE() << name << " stays below " << least;
+                return;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
     }
 
     /// Ends the server; its exit code, and the same again for a second call.
