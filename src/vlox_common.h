@@ -54,6 +54,7 @@
 #include <vloxlib/encrypt/Sm4Strategy.h>
 #include <vloxlib/encrypt/SymEncryptStrategy.h>
 #include <vloxlib/encrypt/SymNoEncryptStrategy.h>
+#include <vloxlib/http/FileParam.h>
 #include <vloxlib/http/HttpClient.h>
 #include <vloxlib/http/HttpHelper.h>
 #include <vloxlib/http/HttpRequestShare.h>

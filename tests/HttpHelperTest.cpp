@@ -38,7 +38,10 @@ protected:
         config->setConfig(CONFIG_ENCRYPT_PUBKEY, "none");
         bridge->initial();
     }
-    ~HttpHelperTest() override { HttpHelper::releaseInstance(kVloxId); }
+    ~HttpHelperTest() override {
+        HttpHelper::releaseInstance(kVloxId);
+        Context::getInstance()->setContext(CONTEXT_DEVICE_TYPE, 0);
+    }
 
     std::string post(const std::string& url, const std::string& params = "{}") {
         return helper->doSyncHttpRequest(HTTP_METHOD_POST, HTTP_BUSINESS_AS, url, params);

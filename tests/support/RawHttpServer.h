@@ -100,6 +100,7 @@ private:
 
     static std::string receive(Poco::Net::StreamSocket& client) {
         std::string request;
+        bool told = false;
         while (!complete(request)) {
             char buffer[16384];
             const int count = client.receiveBytes(buffer, sizeof buffer);
@@ -107,6 +108,10 @@ private:
                 break;
             }
             request.append(buffer, static_cast<std::size_t>(count));
+            if (!told && request.find("Expect: 100-continue\r\n") != std::string::npos) {
+                send(client, "HTTP/1.1 100 Continue\r\n\r\n");
+                told = true;
+            }
         }
         return request;
     }
@@ -115,6 +120,9 @@ private:
         const std::size_t end = request.find("\r\n\r\n");
         if (end == std::string::npos) {
             return false;
+        }
+        if (request.find("Transfer-Encoding: chunked\r\n") < end) {
+            return request.size() > 5 && request.compare(request.size() - 5, 5, "0\r\n\r\n") == 0;
         }
         const std::size_t length = request.find("Content-Length: ");
         const std::size_t body = request.size() - end - 4;

@@ -11,6 +11,7 @@
 #include "vloxlib/dnscache/Tools.h"
 #include "vloxlib/http/HttpHeaderLine.h"
 #include "vloxlib/http/HttpRequestShare.h"
+#include "vloxlib/http/HttpResult.h"
 #include "vloxlib/http/TransferData.h"
 #include "vloxlib/log/vloxLog.h"
 #include "vloxlib/network/NetworkMonitor.h"
@@ -19,41 +20,9 @@ namespace vloxlib {
 
 namespace {
 
-constexpr int kUnknown = -199;
-constexpr int kInvalidArgument = -201;
 constexpr long kDefaultConnectTimeout = 15;
 constexpr long kNoLimit = 0;
 constexpr int kUsualReply = 128;
-
-int nativeFromCurl(int curlCode) {
-    switch (curlCode) {
-        case CURLE_URL_MALFORMAT:
-            return -803;
-        case CURLE_COULDNT_RESOLVE_PROXY:
-            return -805;
-        case CURLE_COULDNT_RESOLVE_HOST:
-            return -806;
-        case CURLE_COULDNT_CONNECT:
-            return -807;
-        case CURLE_REMOTE_ACCESS_DENIED:
-            return -809;
-        case CURLE_WRITE_ERROR:
-            return -823;
-        case CURLE_READ_ERROR:
-        case CURLE_FILE_COULDNT_READ_FILE:
-            return -826;
-        case CURLE_OPERATION_TIMEDOUT:
-            return -828;
-        default:
-            return kUnknown;
-    }
-}
-
-int parseHttpResult(int curlCode) {
-    VLOX_LOG(3, "curl error result = %d, error info = %s", curlCode,
-             curl_easy_strerror(static_cast<CURLcode>(curlCode)));
-    return nativeFromCurl(curlCode);
-}
 
 // The system's own fields are all of these characters, and libcurl is slow in finding that out.
 bool needsNoEscape(char c) {
@@ -74,6 +43,10 @@ public:
         curl_easy_setopt(m_curl, CURLOPT_WRITEFUNCTION, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_WRITEDATA, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_READFUNCTION, nullptr);
+        curl_easy_setopt(m_curl, CURLOPT_READDATA, nullptr);
+        curl_easy_setopt(m_curl, CURLOPT_NOPROGRESS, 1L);
+        curl_easy_setopt(m_curl, CURLOPT_XFERINFODATA, nullptr);
+        curl_easy_setopt(m_curl, CURLOPT_MIMEPOST, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_HTTPHEADER, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_RESOLVE, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_POSTFIELDS, nullptr);
@@ -115,7 +88,7 @@ int HttpClient::createDeleteRequest(const std::string& url) { return create(HTTP
 int HttpClient::addParam(std::string key, std::string value) {
     if (key.empty() || value.empty()) {
         VLOX_LOG(3, "key=%s,value=%s", key.c_str(), value.c_str());
-        return kInvalidArgument;
+        return kExchangeInvalidArgument;
     }
     value.resize(std::strlen(value.c_str()));
     if (!std::all_of(value.begin(), value.end(), needsNoEscape)) {
@@ -123,7 +96,7 @@ int HttpClient::addParam(std::string key, std::string value) {
                                                                   &curl_free);
         if (!escaped) {
             VLOX_LOG(3, "a value of %zu bytes can't be escaped, key=%s", value.size(), key.c_str());
-            return kUnknown;
+            return kExchangeUnknown;
         }
         value = escaped.get();
     }
@@ -134,7 +107,7 @@ int HttpClient::addParam(std::string key, std::string value) {
 int HttpClient::addHeader(std::string key, std::string value) {
     if (key.empty() || value.empty()) {
         VLOX_LOG(3, "headerKey=%s,headerValue=%s", key.c_str(), value.c_str());
-        return kInvalidArgument;
+        return kExchangeInvalidArgument;
     }
     m_header.emplace(std::move(key), std::move(value));
     return 0;
@@ -171,7 +144,7 @@ void HttpClient::chooseAddress() {
 
 // Where there is no network, a failure isn't the address's.
 void HttpClient::reportFailure(int ret) const {
-    const bool failed = m_curlCode != CURLE_OK || ret == kUnknown;
+    const bool failed = m_curlCode != CURLE_OK || ret == kExchangeUnknown;
     if (failed && !m_resolveIp.empty() && NetworkMonitor::getNetworkType() != NETWORK_TYPE_NONE) {
         DNSCache::getInstance()->notifyFailureIpByDomain(m_resolveHost, m_resolveIp, m_curlCode);
     }
@@ -224,26 +197,35 @@ int HttpClient::httpPerform(long* httpCode) {
 
 int HttpClient::httpPerformGet(long* httpCode) {
     curl_easy_setopt(m_curl.get(), CURLOPT_HTTPGET, 1L);
-    return performInMemory(urlWithParams(), httpCode);
+    setUrl(urlWithParams());
+    return m_isFileOperate ? httpPerformDownload(httpCode) : performInMemory(httpCode);
 }
 
 int HttpClient::httpPerformPost(long* httpCode) {
+    setUrl(m_url);
+    if (m_postMode == 1) {
+        return performUpload(httpCode);
+    }
     const std::string body = joinedParams();
     curl_easy_setopt(m_curl.get(), CURLOPT_POSTFIELDS, body.c_str());
     curl_easy_setopt(m_curl.get(), CURLOPT_POST, 1L);
     appendHeaderLine("Expect:");
-    return performInMemory(m_url, httpCode);
+    return m_isFileOperate ? httpPerformDownload(httpCode) : performInMemory(httpCode);
 }
 
 int HttpClient::httpPerformPut(long* httpCode) {
     curl_easy_setopt(m_curl.get(), CURLOPT_CUSTOMREQUEST, "PUT");
-    return performInMemory(urlWithParams(), httpCode);
+    setUrl(urlWithParams());
+    return m_postMode == 1 ? performPutUpload(httpCode) : performInMemory(httpCode);
 }
 
 int HttpClient::httpPerformDelete(long* httpCode) {
     curl_easy_setopt(m_curl.get(), CURLOPT_CUSTOMREQUEST, "DELETE");
-    return performInMemory(urlWithParams(), httpCode);
+    setUrl(urlWithParams());
+    return performInMemory(httpCode);
 }
+
+void HttpClient::setUrl(const std::string& url) { curl_easy_setopt(m_curl.get(), CURLOPT_URL, url.c_str()); }
 
 std::string HttpClient::joinedParams() const {
     std::string joined;
@@ -266,18 +248,18 @@ std::string HttpClient::urlWithParams() const {
     return url + joinedParams();
 }
 
-int HttpClient::performInMemory(const std::string& url, long* httpCode) {
+int HttpClient::performInMemory(long* httpCode) {
     ReceivedData received(kUsualReply, DATA_TYPE_STRING);
     received.setHttpClient(this);
     curl_easy_setopt(m_curl.get(), CURLOPT_WRITEFUNCTION, &HttpClient::httpRecvDataCallback);
     curl_easy_setopt(m_curl.get(), CURLOPT_WRITEDATA, &received);
-    const long status = transfer(url, httpCode);
+    const long status = transfer(httpCode);
     if (m_curlCode != CURLE_OK) {
         return parseHttpResult(m_curlCode);
     }
     if (!acceptedStatus(status)) {
         VLOX_LOG(4, "http fail httpCode = %d", static_cast<int>(status));
-        return kUnknown;
+        return kExchangeUnknown;
     }
     auto& text = *static_cast<std::string*>(received.getData());
     text.resize(std::strlen(text.c_str()));
@@ -285,14 +267,13 @@ int HttpClient::performInMemory(const std::string& url, long* httpCode) {
     return 0;
 }
 
-long HttpClient::transfer(const std::string& url, long* httpCode) {
+long HttpClient::transfer(long* httpCode) {
     CURL* const curl = m_curl.get();
     const std::string pinned = m_resolveHost + ":" + m_resolvePort + ":" + m_resolveIp;
     const std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> resolve(
         m_resolveIp.empty() ? nullptr : curl_slist_append(nullptr, pinned.c_str()), &curl_slist_free_all);
     const LentToCurl lent(curl);
     curl_easy_setopt(curl, CURLOPT_RESOLVE, resolve.get());
-    curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
     curl_easy_setopt(curl, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(curl, CURLOPT_HTTPHEADER, m_headerList.get());
     m_curlCode = curl_easy_perform(curl);
@@ -302,6 +283,9 @@ long HttpClient::transfer(const std::string& url, long* httpCode) {
         *httpCode = status;
     }
     VLOX_LOG(2, "httpCode=%ld,ret=%d", status, m_curlCode);
+    if (m_callersException) {
+        std::rethrow_exception(std::exchange(m_callersException, nullptr));
+    }
     return status;
 }
 
@@ -315,18 +299,6 @@ std::size_t HttpClient::httpHeaderCallback(char* buffer, std::size_t size, std::
         insertHeaderLine({buffer, size * count}, static_cast<HttpClient*>(client)->m_resultHeader);
     } catch (const std::exception&) {
         return 0;
-    }
-    return size * count;
-}
-
-std::size_t HttpClient::httpRecvDataCallback(char* buffer, std::size_t size, std::size_t count, void* data) {
-    const auto* received = static_cast<ReceivedData*>(data);
-    if (received->getType() == DATA_TYPE_STRING) {
-        try {
-            static_cast<std::string*>(received->getData())->append(buffer, size * count);
-        } catch (const std::exception&) {
-            return 0;
-        }
     }
     return size * count;
 }

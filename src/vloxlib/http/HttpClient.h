@@ -3,13 +3,16 @@
 
 #include <vloxlib/Export.h>
 #include <vloxlib/Types.h>
+#include <vloxlib/http/FileParam.h>
 #include <vloxlib/http/HttpTypes.h>
+#include <exception>
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <utility>
 
+struct curl_mime;
 struct curl_slist;
 
 namespace vloxlib {
@@ -48,6 +51,34 @@ public:
     Fields getHeader() const { return m_header; }
     Fields getParam() const { return m_param; }  ///< The fields, values escaped.
 
+    /// @name A file in the exchange, after the create operation
+    /// A transfer below 10 bytes a second for 60 seconds ends with -828. It needs a progress function;
+    /// without one std::bad_function_call leaves performSync() at the first whole percent, as does what a
+    /// progress function throws.
+    /// @{
+
+    /// @brief Sends a file or a slice of it: as a part of a form with POST, as the body with PUT.
+    /// @param key name of the form part
+    /// @param path the file, UTF-8
+    /// @param left,right first byte of the slice and first byte behind it; -1 for the whole file
+    /// @param alreadyRead bytes of the slice to be left out, normally 0
+    /// @return 0; -201 for an empty key or path and a file that doesn't open
+    int setUploadFile(std::string key, std::string path, long left, long right, long alreadyRead);
+    /// @brief Writes the reply's body to a file, with GET and with POST. A JSON failure in its place ends as
+    /// a positive wire code with the text in getResultData(), and the file is removed.
+    /// @param path the file, UTF-8
+    /// @param mode 1 appends to the file, others start it anew
+    /// @param offset the first byte to ask for, which always goes out as a "Range" header
+    /// @return 0, or -201 for an empty path
+    int setDownloadFile(std::string path, int mode, long offset);
+    /// @brief Ends the transfer at libcurl's next step, POST and download with -109. From any thread.
+    /// @return 0, or -1 when the exchange moves no file
+    int httpCancel();
+    FileParam* getFileParam() const { return m_fileParam.get(); }  ///< Owned by the client; may be null.
+    FileOperateType getFileType() const { return m_fileType; }
+    bool isFileOperate() const { return m_isFileOperate; }
+    /// @}
+
     /// @brief Runs the exchange on the calling thread.
     ///
     /// The address is the one that DNSCache gives for the URL's host, which is told when the exchange fails
@@ -64,6 +95,8 @@ public:
     int httpPerformPost(long* httpCode);
     int httpPerformPut(long* httpCode);
     int httpPerformDelete(long* httpCode);
+    /// What GET and POST do when a download has been set, once the rest of the request is prepared.
+    int httpPerformDownload(long* httpCode);
 
     void setSecurityPolicy(SecurityPolicy policy) { m_securityPolicy = policy; }
     void setCAPath(const std::string& path) { m_caPath = path; }
@@ -102,6 +135,8 @@ public:
     void* getCurlHandle() const { return m_curl.get(); }
 
 private:
+    struct Progress;
+
     static std::size_t httpHeaderCallback(char* buffer, std::size_t size, std::size_t count, void* client);
     static std::size_t httpRecvDataCallback(char* buffer, std::size_t size, std::size_t count, void* data);
 
@@ -111,8 +146,19 @@ private:
     std::string joinedParams() const;
     std::string urlWithParams() const;
     void appendHeaderLine(const std::string& line);
-    int performInMemory(const std::string& url, long* httpCode);
-    long transfer(const std::string& url, long* httpCode);
+    void setUrl(const std::string& url);
+    int performInMemory(long* httpCode);
+    int performUpload(long* httpCode);
+    int performPutUpload(long* httpCode);
+    long transfer(long* httpCode);
+    int judgeDownload(long status);
+    int takeFailureFromFile(const std::string& path);
+    void watchProgress(FileOperateType direction);
+    int reportProgress(int percent, int& last);
+    void addFormParts(curl_mime* form);
+    UploadFileParm* uploadParam() const;
+    DownloadFileParm* downloadParam() const;
+    bool cancelled() const { return m_fileParam && m_fileParam->m_cancel; }
     bool acceptedStatus(long httpCode) const;
 
     std::shared_ptr<void> m_curl;
@@ -122,12 +168,17 @@ private:
     std::string m_url;
     HTTPMethod m_httpMode = HTTP_METHOD_GET;
     int m_postMode = 0;
+    bool m_isFileOperate = false;
+    FileOperateType m_fileType = FILE_OPERATE_NONE;
     Fields m_param;
     Fields m_header;
+    std::shared_ptr<FileParam> m_fileParam;
     std::string m_resultData;
     Fields m_resultHeader;
     std::function<void(int)> m_progressCallback;
     std::function<void(int, int)> m_resultCallback;
+    int m_uploadProgress = 0;
+    int m_downloadProgress = 0;
     __int64 m_contentRange = 0;
     std::string m_caPath;
     std::string m_clientCertPath;
@@ -139,6 +190,7 @@ private:
     std::string m_resolveIp;  // empty: the exchange goes by name
     std::string m_resolvePort;
     bool m_verifyHost = true;
+    std::exception_ptr m_callersException;  // what a progress function threw, until libcurl has returned
 };
 
 }  // namespace vloxlib

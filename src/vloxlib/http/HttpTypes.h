@@ -30,6 +30,9 @@ enum SecurityPolicy : int {
     SECURITY_POLICY_MUTUAL = 3      ///< as SECURITY_POLICY_SERVER_CA, and the client shows a certificate
 };
 
+/// What an exchange does with a file.
+enum FileOperateType : int { FILE_OPERATE_NONE = 0, FILE_OPERATE_UPLOAD = 1, FILE_OPERATE_DOWNLOAD = 2 };
+
 /// @brief Time limits of one exchange, in seconds. 0 or less selects the default.
 struct QosParams {
     int timeout = 0;         ///< for the whole exchange; the default is no limit

@@ -5,6 +5,7 @@
 
 #include <vloxlib/Export.h>
 #include <vloxlib/Noncopyable.h>
+#include <cstdio>
 #include <memory>
 #include <string>
 
@@ -18,6 +19,12 @@ enum DataType : int {
     DATA_TYPE_FILE = 1,    ///< an open file
     DATA_TYPE_PRIVATE = 2  ///< nothing: no callback fills or drains it
 };
+
+/// Closes a file of the C library.
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using OpenFile = std::unique_ptr<std::FILE, FileCloser>;
 
 /// @brief A text in memory or an open file, released with its holder.
 ///
@@ -37,10 +44,12 @@ protected:
     TransferData(DataType type, HttpClient* client);
 
     void holdText(std::string text);
+    void holdFile(const char* path, const char* mode);
 
 private:
     DataType m_type;
     std::unique_ptr<std::string> m_text;
+    OpenFile m_file;
     HttpClient* m_httpClient;
 };
 
@@ -51,6 +60,10 @@ public:
     ReceivedData(int capacity, DataType ignored);
     /// A private container.
     ReceivedData(HttpClient* client, DataType ignored);
+    /// The file at `path`: continued when the client's download asks for that, otherwise started anew.
+    ReceivedData(const char* path, HttpClient* client, DataType ignored);
+    /// The file at `path`, started anew.
+    ReceivedData(const char* path, DataType ignored);
     /// A private container.
     explicit ReceivedData(DataType ignored);
 };
@@ -60,6 +73,8 @@ class VLOX_API SendData : public TransferData {
 public:
     /// A copy of the text.
     SendData(const std::string& text, DataType ignored);
+    /// The file at `path`, open for reading.
+    SendData(const char* path, HttpClient* client, DataType ignored);
 };
 
 }  // namespace vloxlib

@@ -1,0 +1,375 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "support/LogCapture.h"
+#include "support/RawHttpServer.h"
+#include "support/TempDir.h"
+#include "vloxlib/http/HttpClient.h"
+#include "vloxlib/http/TransferData.h"
+
+using namespace vloxlib;
+using testing::HasSubstr;
+using vlox_test::LogCapture;
+using vlox_test::RawHttpServer;
+using vlox_test::TempDir;
+
+namespace {
+
+struct Part {
+    std::string head;
+    std::string body;
+};
+
+// The parts of a multipart body.
+std::vector<Part> partsOf(const std::string& request) {
+    const std::string body = RawHttpServer::bodyOf(request);
+    const std::string line = body.substr(0, body.find("\r\n"));
+    std::vector<Part> parts;
+    for (std::size_t at = line.size() + 2;;) {
+        const std::size_t end = body.find("\r\n" + line, at);
+        if (line.empty() || end == std::string::npos) {
+            return parts;
+        }
+        const std::size_t head = body.find("\r\n\r\n", at);
+        parts.push_back({body.substr(at, head - at), body.substr(head + 4, end - head - 4)});
+        at = end + 2 + line.size() + 2;
+    }
+}
+
+// Bytes of which no two stretches are alike.
+std::string bytes(std::size_t count) {
+    std::string text;
+    for (unsigned i = 0; text.size() < count; ++i) {
+        text += std::to_string(i * 2654435761U) + std::string(1, static_cast<char>(i % 7));
+    }
+    return text.substr(0, count);
+}
+
+class FileTransferTest : public testing::Test {
+protected:
+    FileTransferTest() {
+        client.setProgressCallback([this](int percent) {
+            percents.push_back(percent);
+            if (onPercent) {
+                onPercent();
+            }
+        });
+    }
+
+    std::string source(const std::string& content) {
+        dir.write("source", content);
+        return dir.path("source");
+    }
+    int upload(const std::string& url, long left = -1, long right = -1) {
+        client.createPostRequest(url);
+        EXPECT_EQ(0, client.setUploadFile("file", dir.path("source"), left, right, 0));
+        return perform();
+    }
+    int download(const std::string& url, int mode = 0, long offset = 0) {
+        client.createGetRequest(url);
+        EXPECT_EQ(0, client.setDownloadFile(dir.path("target"), mode, offset));
+        return perform();
+    }
+    int perform() {
+        auto qos = std::make_shared<QosParams>();
+        qos->timeout = 30;
+        return client.performSync(qos, &status);
+    }
+
+    TempDir dir;
+    HttpClient client;
+    std::vector<int> percents;
+    std::function<void()> onPercent;
+    long status = 0;
+};
+
+std::string fileReply(const std::string& status, const std::string& headers, const std::string& body) {
+    return RawHttpServer::reply(status, "Content-Type: application/octet-stream\r\n" + headers, body);
+}
+
+}  // namespace
+
+TEST_F(FileTransferTest, UploadsExactlyTheSlice) {
+    const std::string content = bytes(300000);
+    source(content);
+    const long size = static_cast<long>(content.size());
+    struct Row {
+        const char* why;
+        long left;
+        long right;
+        std::string sent;
+    };
+    const Row rows[] = {
+        {"whole", -1, -1, content},
+        {"half a slice is the whole", 5, -1, content},
+        {"the first", 0, 131072, content.substr(0, 131072)},
+        {"one byte", 65536, 65537, content.substr(65536, 1)},
+        {"the last", 262144, size, content.substr(262144)},
+        {"nothing", 7, 7, ""},
+        {"less than nothing", 7, 3, ""},
+    };
+    const RawHttpServer server(RawHttpServer::ok("done"));
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.why);
+        client = HttpClient();
+        client.setProgressCallback([](int) {});
+        EXPECT_EQ(0, upload(server.url(), row.left, row.right));
+        EXPECT_EQ("done", client.getResultData());
+        const std::vector<Part> parts = partsOf(server.lastRequest());
+        ASSERT_EQ(1U, parts.size());
+        EXPECT_TRUE(row.sent == parts[0].body) << parts[0].body.size() << " bytes";
+        EXPECT_THAT(parts[0].head, HasSubstr(R"(form-data; name="file"; filename="source")"));
+        EXPECT_THAT(parts[0].head, HasSubstr("Content-Type: application/octet-stream"));
+
+        client = HttpClient();
+        client.createPutRequest(server.url());
+        client.setUploadFile("file", dir.path("source"), row.left, row.right, 0);
+        EXPECT_EQ(0, perform());
+        EXPECT_TRUE(row.sent == RawHttpServer::bodyOf(server.lastRequest())) << "by PUT";
+        EXPECT_THAT(server.lastRequest(), testing::StartsWith("PUT / HTTP/1.1\r\n"));
+    }
+}
+
+TEST_F(FileTransferTest, FieldsGoAheadOfTheFileAsTheyWereEscaped) {
+    source("x");
+    const RawHttpServer server(RawHttpServer::ok(""));
+    client.addParam("b", "1 2");
+    client.addParam("a", "plain");
+    EXPECT_EQ(0, upload(server.url()));
+    const std::vector<Part> parts = partsOf(server.lastRequest());
+    ASSERT_EQ(3U, parts.size());
+    EXPECT_EQ("plain", parts[0].body);
+    EXPECT_EQ("1%202", parts[1].body);
+    EXPECT_THAT(parts[1].head, HasSubstr("Content-Type: text/plain"));
+    EXPECT_EQ("x", parts[2].body);
+}
+
+TEST_F(FileTransferTest, SlicesLieBeyondTwoGibibytes) {
+    constexpr long start = 5L << 30;
+    source("");
+    std::filesystem::resize_file(dir.path("source"), start + 100);
+    std::fstream(dir.path("source"), std::ios::in | std::ios::out | std::ios::binary).seekp(start) << "far";
+    const RawHttpServer server(RawHttpServer::ok(""));
+    EXPECT_EQ(0, upload(server.url(), start, start + 3));
+    EXPECT_EQ("far", partsOf(server.lastRequest()).at(0).body);
+}
+
+TEST_F(FileTransferTest, RefusesBadArguments) {
+    const LogCapture log;
+    const std::string path = source("x");
+    EXPECT_EQ(-201, client.setUploadFile("", path, -1, -1, 0));
+    EXPECT_EQ(-201, client.setUploadFile("file", "", -1, -1, 0));
+    EXPECT_EQ(-201, client.setUploadFile("file", dir.path("missing"), -1, -1, 0));
+    EXPECT_EQ(-201, client.setDownloadFile("", 0, 0));
+    EXPECT_EQ(-1, client.httpCancel());
+    EXPECT_FALSE(client.isFileOperate());
+    EXPECT_EQ(2, log.count("W", "fileAbsolutePath="));
+    EXPECT_EQ(1, log.count("W", "FILE is null"));
+    EXPECT_EQ(1, log.count("W", "fileAbsoulutePath="));
+}
+
+TEST_F(FileTransferTest, ARecordOfTheOtherDirectionIsRefused) {
+    const RawHttpServer server(RawHttpServer::ok("x"));
+    client.createGetRequest(server.url());
+    client.setUploadFile("file", source("precious"), -1, -1, 0);
+    EXPECT_EQ(-201, perform());
+    EXPECT_EQ("precious", dir.read("source"));
+    client.createPostRequest(server.url());
+    client.setUploadFile("file", dir.path("source"), -1, -1, 0);
+    client.setDownloadFile(dir.path("target"), 0, 0);
+    EXPECT_EQ(-201, perform()) << "set last, but the POST is still that of an upload";
+    EXPECT_TRUE(server.requests().empty());
+}
+
+TEST_F(FileTransferTest, AFileThatVanishesIsNotSent) {
+    source("x");
+    const RawHttpServer server(RawHttpServer::ok(""));
+    client.createPostRequest(server.url());
+    client.setUploadFile("file", dir.path("source"), -1, -1, 0);
+    std::filesystem::remove(dir.path("source"));
+    EXPECT_EQ(-199, perform());
+    EXPECT_TRUE(server.requests().empty());
+}
+
+TEST_F(FileTransferTest, Downloads) {
+    struct Row {
+        const char* why;
+        std::string reply;
+        int mode;
+        int code;
+        const char* file;  // null: there is none afterwards
+        const char* data;
+    };
+    const std::string json = "Content-Type: application/json;charset=utf-8\r\n";
+    const Row rows[] = {
+        {"anew", fileReply("200 OK", "", "new"), 0, 0, "new", ""},
+        {"continued", fileReply("206 Partial Content", "Content-Range: bytes 3-5/6\r\n", "new"), 1, 0,
+         "oldnew", ""},
+        {"the range ignored", fileReply("200 OK", "", "whole"), 1, 0, "oldwhole", ""},
+        {"empty", fileReply("200 OK", "", ""), 0, 0, "", ""},
+        {"NULs", fileReply("200 OK", "", "a"), 0, 0, "a", ""},
+        {"not there; the partial file stays", fileReply("404 Not Found", "", "gone"), 1, -199, "oldgone", ""},
+        {"a JSON failure", RawHttpServer::reply("200 OK", json, R"({"code":"15001"})"), 0, 15001, nullptr,
+         R"({"code":"15001"})"},
+        {"its code as a number", RawHttpServer::reply("200 OK", json, R"({"code":10005})"), 0, 10005, nullptr,
+         R"({"code":10005})"},
+        {"without a code", RawHttpServer::reply("200 OK", json, "{}"), 0, -199, nullptr, "{}"},
+        {"behind a partial file it is no JSON any more", RawHttpServer::reply("200 OK", json, "{}"), 1, -199,
+         nullptr, "old{}"},
+        {"part of a JSON text", RawHttpServer::reply("206 Partial Content", json, "{}"), 0, -199, "{}", ""},
+        {"other JSON is a file", RawHttpServer::reply("200 OK", "Content-Type: application/json\r\n", "{}"),
+         0, 0, "{}", ""},
+        {"a redirect that leads nowhere", fileReply("302 Found", "", R"({"code":7})"), 0, 7, nullptr,
+         R"({"code":7})"},
+        {"cut off", "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf", 0, -199, "half", ""},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.why);
+        dir.write("target", "old");
+        client = HttpClient();
+        client.setProgressCallback([](int) {});
+        const RawHttpServer server(row.reply);
+        EXPECT_EQ(row.code, download(server.url(), row.mode, 3));
+        EXPECT_THAT(server.lastRequest(), HasSubstr("\r\nRange: bytes=3-\r\n"));
+        EXPECT_EQ(row.file != nullptr, std::filesystem::exists(dir.path("target")));
+        EXPECT_EQ(row.file ? row.file : "", dir.read("target"));
+        EXPECT_EQ(row.data, client.getResultData());
+    }
+}
+
+TEST_F(FileTransferTest, APostDownloadsToo) {
+    const RawHttpServer server(fileReply("200 OK", "", "new"));
+    client.createPostRequest(server.url());
+    client.addParam("fileId", "7");
+    client.setDownloadFile(dir.path("target"), 0, 0);
+    EXPECT_EQ(0, perform());
+    EXPECT_EQ("fileId=7", RawHttpServer::bodyOf(server.lastRequest()));
+    EXPECT_EQ("new", dir.read("target"));
+}
+
+TEST_F(FileTransferTest, ReportsWholePercentsOnce) {
+    const std::string content = bytes(4 << 20);
+    source(content);
+    EXPECT_EQ(0, upload(RawHttpServer(RawHttpServer::ok("")).url()));
+    ASSERT_FALSE(percents.empty());
+    EXPECT_TRUE(std::is_sorted(percents.begin(), percents.end(), std::less_equal<>())) << "none twice";
+    EXPECT_GE(percents.front(), 1);
+    EXPECT_LE(percents.back(), 99);
+
+    percents.clear();
+    EXPECT_EQ(0, download(RawHttpServer(fileReply("200 OK", "", content)).url()));
+    EXPECT_TRUE(content == dir.read("target"));
+    ASSERT_FALSE(percents.empty());
+    EXPECT_LE(percents.back(), 99);
+}
+
+TEST_F(FileTransferTest, AResumedDownloadReportsOverTheWholeFile) {
+    const std::string rest = bytes(4 << 20);
+    const RawHttpServer server(
+        fileReply("206 Partial Content", "Content-Range: bytes 37748736-41943039/41943040\r\n", rest));
+    EXPECT_EQ(0, download(server.url(), 1, 37748736));
+    ASSERT_FALSE(percents.empty());
+    EXPECT_GE(percents.front(), 90);
+}
+
+TEST_F(FileTransferTest, AbsurdRangesDoNoHarm) {
+    for (const char* start : {"9223372036854775807", "9223372036854775000", "92233720368547759"}) {
+        client = HttpClient();
+        client.setProgressCallback([](int percent) { EXPECT_LE(percent, 99); });
+        const RawHttpServer server(fileReply(
+            "206 Partial Content", std::string("Content-Range: bytes ") + start + "-1/1\r\n", bytes(100000)));
+        EXPECT_EQ(0, download(server.url()));
+    }
+}
+
+TEST_F(FileTransferTest, WithoutAProgressFunctionTheCallThrowsBehindLibcurl) {
+    source(bytes(4 << 20));
+    const RawHttpServer server(fileReply("200 OK", "", bytes(4 << 20)));
+    client.setProgressCallback(nullptr);
+    EXPECT_THROW(upload(server.url()), std::bad_function_call);
+    EXPECT_EQ(nullptr, client.getFileParam()->m_file) << "closed";
+    EXPECT_THROW(download(server.url()), std::bad_function_call);
+    client.setProgressCallback([](int) { throw std::length_error("mine"); });
+    EXPECT_THROW(download(server.url()), std::length_error);
+    client.setProgressCallback([](int) {});
+    EXPECT_EQ(0, download(server.url())) << "nothing is left of the exception";
+}
+
+TEST_F(FileTransferTest, CancelsAtTheStart) {
+    const LogCapture log;
+    source(bytes(100000));
+    const RawHttpServer server(fileReply("200 OK", "", bytes(100000)));
+    client.createPostRequest(server.url());
+    client.setUploadFile("file", dir.path("source"), -1, -1, 0);
+    EXPECT_EQ(0, client.httpCancel());
+    EXPECT_EQ(-109, perform());
+    client.createGetRequest(server.url());
+    client.setDownloadFile(dir.path("target"), 0, 0);
+    EXPECT_EQ(0, client.httpCancel());
+    EXPECT_EQ(-109, perform());
+    client.createPutRequest(server.url());
+    client.setUploadFile("file", dir.path("source"), -1, -1, 0);
+    EXPECT_EQ(0, client.httpCancel());
+    EXPECT_EQ(-199, perform()) << "PUT tells libcurl's failure";
+    EXPECT_GE(log.count("I", "canceld"), 3);
+}
+
+TEST_F(FileTransferTest, CancelsInTheMiddleFromAnotherThread) {
+    source(bytes(4 << 20));
+    const RawHttpServer server(fileReply("200 OK", "", bytes(4 << 20)));
+    onPercent = [this] { std::thread([this] { EXPECT_EQ(0, client.httpCancel()); }).join(); };
+    EXPECT_EQ(-109, upload(server.url()));
+    EXPECT_EQ(1U, percents.size());
+    percents.clear();
+    EXPECT_EQ(-109, download(server.url()));
+    EXPECT_LT(std::filesystem::file_size(dir.path("target")), std::size_t{4} << 20);
+}
+
+TEST_F(FileTransferTest, ADiskThatCannotTakeTheFile) {
+    const RawHttpServer server(fileReply("200 OK", "", "short"));
+    for (const std::string& path : {std::string("/dev/full"), dir.path(), dir.path("no/such/dir")}) {
+        SCOPED_TRACE(path);
+        client = HttpClient();
+        client.setProgressCallback([](int) {});
+        client.createGetRequest(server.url());
+        client.setDownloadFile(path, 0, 0);
+        EXPECT_EQ(-823, perform());
+    }
+}
+
+TEST_F(FileTransferTest, ASourceThatShrinksEndsWithACode) {
+    source(bytes(4 << 20));
+    const RawHttpServer server(RawHttpServer::ok(""));
+    onPercent = [this] { std::filesystem::resize_file(dir.path("source"), 1000); };
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_LT(upload(server.url()), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+}
+
+TEST(TransferData, HoldsFiles) {
+    const TempDir dir;
+    {
+        const ReceivedData file(dir.path("a").c_str(), DATA_TYPE_STRING);
+        EXPECT_EQ(DATA_TYPE_FILE, file.getType());
+        ASSERT_NE(nullptr, file.getData());
+        std::fputs("text", static_cast<std::FILE*>(file.getData()));
+    }
+    EXPECT_EQ("text", dir.read("a"));
+    HttpClient client;
+    SendData sent(dir.path("a").c_str(), &client, DATA_TYPE_STRING);
+    EXPECT_EQ('t', std::fgetc(static_cast<std::FILE*>(sent.getData())));
+    EXPECT_EQ(&client, sent.getHttpClient());
+    sent.clearData();
+    EXPECT_EQ(nullptr, sent.getData());
+    EXPECT_EQ(nullptr, ReceivedData(dir.path("no/such").c_str(), DATA_TYPE_FILE).getData());
+}
