@@ -81,7 +81,7 @@ void DNSCache::notifyFailureIpByDomain(const std::string& domain, const std::str
     m_cacheManager->setDomainFailure(domain, ip, code);
 }
 
-void DNSCache::preLoadDomains(std::list<std::string> domains) {
+void DNSCache::preLoadDomains(const std::list<std::string>& domains) {
     for (const std::string& domain : domains) {
         checkUpdates(domain);
     }

@@ -44,7 +44,7 @@ public:
     void notifyFailureIpByDomain(const std::string& domain, const std::string& ip, int code);
     /// Resolves domains in the background, on POCO's default pool, into the memory; returns at once. A domain
     /// for which the pool has no thread left is passed over with a warning in the log.
-    void preLoadDomains(std::list<std::string> domains);
+    void preLoadDomains(const std::list<std::string>& domains);
 
 private:
     DNSCache();

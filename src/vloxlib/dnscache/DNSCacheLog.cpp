@@ -84,7 +84,7 @@ void DNSCacheLog::log(const char* source, int line, int level, const char* funct
 }
 
 bool DNSCacheLog::isWanted(int level) const {
-    const Poco::FastMutex::ScopedLock lock(m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     return m_callback != nullptr && level <= m_callbackLevel;
 }
 
@@ -92,7 +92,7 @@ void DNSCacheLog::send(const Poco::Message& message, int level) {
     TraceCallback callback = nullptr;
     std::string line;
     {
-        const Poco::FastMutex::ScopedLock lock(m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         callback = m_callback;
         if (callback == nullptr) {
             return;
@@ -103,17 +103,17 @@ void DNSCacheLog::send(const Poco::Message& message, int level) {
 }
 
 void DNSCacheLog::setLevel(DNSCache_TRACE_LEVELS level) {
-    const Poco::FastMutex::ScopedLock lock(m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     m_logger->setLevel(level);
 }
 
 void DNSCacheLog::setTraceCallback(TraceCallback callback) {
-    const Poco::FastMutex::ScopedLock lock(m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     m_callback = callback;
 }
 
 void DNSCacheLog::setTraceCallbackLevel(DNSCache_TRACE_LEVELS level) {
-    const Poco::FastMutex::ScopedLock lock(m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     m_callbackLevel = level;
 }
 

@@ -2,11 +2,11 @@
 #define VLOXLIB_DNSCACHE_DNSCACHELOG_H
 
 #include <Poco/AutoPtr.h>
-#include <Poco/Mutex.h>
 
 #include <vloxlib/Noncopyable.h>
 #include <cstdarg>
 #include <memory>
+#include <mutex>
 #include <string>
 
 namespace Poco {
@@ -64,7 +64,7 @@ private:
 
     Poco::AutoPtr<Poco::PatternFormatter> m_formatter;
     Poco::AutoPtr<Poco::Logger> m_logger;
-    mutable Poco::FastMutex m_mutex;                   // held while a line is formatted
+    mutable std::mutex m_mutex;                        // held while a line is formatted
     TraceCallback m_callback = nullptr;                // guarded by m_mutex
     int m_callbackLevel = DNSCACHE_TRACE_INFORMATION;  // guarded by m_mutex
 };

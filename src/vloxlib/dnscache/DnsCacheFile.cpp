@@ -36,6 +36,14 @@ constexpr const char* kTables[] = {
     "UNIQUE(domain, ip, sp))",
 };
 
+constexpr const char* kInsertIp =
+    "INSERT INTO ip_t (domain,ip,port,sp,expireTime,priority,roundtripTime,successNum,errNum,"
+    "finallySuccessTime,finallyFailTime,grade) VALUES (?,?,?,?,?,?,?,?,?,?,?,?);";
+constexpr const char* kUpdateIp =
+    "UPDATE ip_t SET domain=?, ip=?, port=?, sp=?, "
+    "expireTime=?,priority=?,roundtripTime=?,successNum=?,errNum=?,"
+    "finallySuccessTime=?,finallyFailTime=?,grade=? WHERE id=?;";
+
 std::shared_ptr<IpModel> ipModelOf(const SqliteUse& row) {
     auto model = std::make_shared<IpModel>();
     model->id = row.integer(0);
@@ -64,11 +72,8 @@ const char* const DnsCacheFile::s_texts[TEXTS] = {
     "SELECT * FROM ip_t WHERE domain=? AND sp=? ORDER BY finallySuccessTime, successNum DESC",
     "SELECT * FROM ip_t WHERE domain=? AND sp=? AND ip=?",
     "INSERT INTO domain_t (domain,sp,expireTime,finallyTime) VALUES (?,?,?,?);",
-    "INSERT INTO ip_t (domain,ip,port,sp,expireTime,priority,roundtripTime,successNum,errNum,"
-    "finallySuccessTime,finallyFailTime,grade) VALUES (?,?,?,?,?,?,?,?,?,?,?,?);",
-    "UPDATE ip_t SET domain=?, ip=?, port=?, sp=?, "
-    "expireTime=?,priority=?,roundtripTime=?,successNum=?,errNum=?,"
-    "finallySuccessTime=?,finallyFailTime=?,grade=? WHERE id=?;",
+    kInsertIp,
+    kUpdateIp,
     "DELETE FROM domain_t WHERE domain=?;",
     "DELETE FROM ip_t WHERE domain=?;",
     "DELETE FROM ip_t;",

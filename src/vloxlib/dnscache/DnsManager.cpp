@@ -20,7 +20,7 @@ std::shared_ptr<HttpDnsPack> DnsManager::requestDns(std::string domain) {
         if (!provider->isActivated()) {
             continue;
         }
-        if (const auto pack = provider->requestDns(domain)) {
+        if (auto pack = provider->requestDns(domain)) {
             DNSCacheLog::getInstance()->log(DNSCACHE_TRACE_INFORMATION, "DnsManager", "%s",
                                             pack->toJson().c_str());
             return pack;

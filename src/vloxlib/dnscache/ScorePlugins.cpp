@@ -23,7 +23,8 @@ float ageOf(int64 time) {
     const Poco::Timestamp now;
     const auto elapsed = static_cast<int64>(static_cast<std::uint64_t>(now.epochMicroseconds()) -
                                             static_cast<std::uint64_t>(time));
-    return static_cast<float>(elapsed / 1000 / 60);
+    const int64 age = elapsed / 1000 / 60;
+    return static_cast<float>(age);
 }
 
 }  // namespace

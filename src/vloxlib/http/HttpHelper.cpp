@@ -258,8 +258,7 @@ std::string HttpHelper::generateCrossDomainUrl(std::string url, const ServerInfo
     const bool https = both ? getWebRequestMode() != SECURITY_POLICY_PLAIN : serverInfo.httpAddress.empty();
     url.replace(0, 10, "a");
     const std::size_t path = std::min(url.find('/'), url.size());
-    const std::string crossUrl =
-        (https ? serverInfo.httpsAddress : serverInfo.httpAddress) + url.substr(path);
+    std::string crossUrl = (https ? serverInfo.httpsAddress : serverInfo.httpAddress) + url.substr(path);
     VLOX_LOG(2, "urlStr=%s", crossUrl.c_str());
     return crossUrl;
 }
