@@ -128,7 +128,7 @@ case $status in
     compare_counts
     touch "$directory/finished"
     ;;
-3) ;;
+3) compare_counts ;;
 *)
     echo "the application ended with code $status; the log in $directory may tell why"
     echo "run the same command again to finish the rest"

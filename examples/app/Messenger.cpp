@@ -24,14 +24,17 @@ Messenger::Messenger(const Options& options, Journal& journal)
 bool Messenger::run(const std::atomic<bool>& interrupted) {
     std::ostringstream platform;
     platform << std::ifstream(m_options.platform).rdbuf();
-    const Client client(m_options, platform.str(), &Messenger::listen, this);
-    start(client);
-    sendLines(client, interrupted);
-    await(0, interrupted);
-    client.command(MESSAGES_REPORT, "{}");
+    bool allSent = false;
+    {
+        const Client client(m_options, platform.str(), &Messenger::listen, this);
+        start(client);
+        allSent = sendLines(client, interrupted);
+        await(0, interrupted);
+    }
     const std::lock_guard<std::mutex> lock(m_mutex);
+    sayWhatIsNew();
     m_progress.finish(state());
-    return outstanding() == 0 && !interrupted;
+    return allSent && outstanding() == 0;
 }
 
 void Messenger::start(const Client& client) {
@@ -49,7 +52,7 @@ void Messenger::start(const Client& client) {
     }
 }
 
-void Messenger::sendLines(const Client& client, const std::atomic<bool>& interrupted) {
+bool Messenger::sendLines(const Client& client, const std::atomic<bool>& interrupted) {
     std::ifstream file(m_options.messages, std::ios::binary);
     int number = 0;
     for (std::string line; !interrupted && std::getline(file, line);) {
@@ -59,6 +62,7 @@ void Messenger::sendLines(const Client& client, const std::atomic<bool>& interru
             await(kMostOutstanding, interrupted);
         }
     }
+    return file.eof();
 }
 
 void Messenger::sendLine(const Client& client, int number, const std::string& line) {
@@ -76,16 +80,20 @@ void Messenger::sendLine(const Client& client, int number, const std::string& li
 void Messenger::await(long long most, const std::atomic<bool>& interrupted) {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (true) {
-        for (const std::string& line : m_said) {
-            m_progress.say(line);
-        }
-        m_said.clear();
+        sayWhatIsNew();
         m_progress.show(state());
         if (outstanding() <= most || interrupted) {
             return;
         }
         m_changed.wait_for(lock, std::chrono::milliseconds(100));
     }
+}
+
+void Messenger::sayWhatIsNew() {
+    for (const std::string& line : m_said) {
+        m_progress.say(line);
+    }
+    m_said.clear();
 }
 
 long long Messenger::outstanding() const {

@@ -48,10 +48,13 @@ private:
     bool onResult(const rapidjson::Document& told);
 
     void start(const Client& client);
-    void sendLines(const Client& client, const std::atomic<bool>& interrupted);
+    /// @return whether it came to the end of the file
+    bool sendLines(const Client& client, const std::atomic<bool>& interrupted);
     void sendLine(const Client& client, int number, const std::string& line);
     /// Until at most so many results are outstanding.
     void await(long long outstanding, const std::atomic<bool>& interrupted);
+    // with m_mutex held
+    void sayWhatIsNew();
     long long outstanding() const;
     std::string state() const;
 
@@ -65,7 +68,7 @@ private:
     Figures m_figures;
     long long m_retries = 0;
     int m_lastFailure = 0;
-    std::vector<std::string> m_said;  // waits to be shown
+    std::vector<std::string> m_said;  // lines that wait to be shown
 };
 
 }  // namespace app

@@ -40,7 +40,10 @@ void MessageModule::onModuleUnregistered() {
         m_results->join();
         m_results.reset();
     }
-    m_queue.reset();
+    if (m_queue) {
+        tell(MESSAGES_REPORTED, m_report.toJson(m_queue->storePath()));
+        m_queue.reset();
+    }
     const std::string directory =
         vloxlib::Context::getInstance()->getContext(vloxlib::CONTEXT_DATA_DIR, std::string("./"));
     vloxlib::Sqlite3Functions::releaseSqliteInstance(directory.c_str(), m_storeName);
@@ -56,9 +59,6 @@ void MessageModule::onBusinessCmd(int, int command, const std::string& json) {
             break;
         case MESSAGES_SEND:
             store(request);
-            break;
-        case MESSAGES_REPORT:
-            tell(MESSAGES_REPORTED, m_report.toJson(m_queue->storePath()));
             break;
         default:
             break;

@@ -22,9 +22,7 @@ enum MessagesCommand : int {
     /// Stores one message. {"line":n,"message":any JSON value}; of an object the members type (text, card,
     /// location,
     /// notice), priority (1 to 99, 1 first) and qos (forever, process, once, timeout) count.
-    MESSAGES_SEND = 2,
-    /// Asks for the counts and times of this run. {}
-    MESSAGES_REPORT = 3
+    MESSAGES_SEND = 2
 };
 
 /// Events.
@@ -37,7 +35,9 @@ enum MessagesEvent : int {
     /// {"id":text,"code":n,"data":text}. What the listener answers with true is removed and doesn't come
     /// again, unless the process ends in between.
     MESSAGES_RESULT = 6,
-    MESSAGES_REPORTED = 7  ///< {"requests":n,"unreached":n,"failures":{code:n},"stages":[...],"store":path}
+    /// {"requests":n,"unreached":n,"failures":{code:n},"stages":{name:{...}},"store":path}: the counts and
+    /// times of this run, at its end, when the module is unloaded
+    MESSAGES_REPORTED = 7
 };
 
 /// The result of a message that was not to outlive the process in which it was stored.
