@@ -40,11 +40,11 @@ std::optional<std::string> contentOf(const char* path) {
     return content;
 }
 
-int giveParameters(void** handle, std::optional<sm9::SystemParameters> parameters) {
+int giveParameters(void** handle, const std::optional<sm9::SystemParameters>& parameters) {
     if (!parameters) {
         return QCL_ERROR_PARAMETERS;
     }
-    *handle = handleOf(std::make_unique<IbcParameters>(std::move(*parameters)));
+    *handle = handleOf(std::make_unique<IbcParameters>(*parameters));
     return QCL_SUCCESS;
 }
 

@@ -35,8 +35,8 @@ private:
 class IbcParameters : public Object {
 public:
     static constexpr Kind kKind = Kind::ibcParameters;
-    explicit IbcParameters(sm9::SystemParameters parameters)
-        : Object(kKind), values(std::make_shared<const sm9::SystemParameters>(std::move(parameters))) {}
+    explicit IbcParameters(const sm9::SystemParameters& parameters)
+        : Object(kKind), values(std::make_shared<const sm9::SystemParameters>(parameters)) {}
 
     const std::shared_ptr<const sm9::SystemParameters> values;  // shared with the contexts bound to them
 };

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "support/Vectors.h"
+#include "support/Hex.h"
 #include "vloxlib/encrypt/Base64.h"
 #include "vloxlib/encrypt/QCLSm9Strategy.h"
 

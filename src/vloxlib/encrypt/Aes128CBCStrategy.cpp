@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kKeyBits = 128;
 // Large enough that system calls cost nothing, small enough for the processor's cache.
-constexpr std::size_t kFileRun = 256 * 1024;
+constexpr std::size_t kFileRun = std::size_t{256} * 1024;
 
 }  // namespace
 
