@@ -18,7 +18,7 @@ namespace {
 namespace net = Poco::Net;
 
 // Far above what a service request holds; a body beyond it is not kept.
-constexpr std::size_t kMostBody = 256 * 1024 * 1024;
+constexpr std::size_t kMostBody = std::size_t{256} * 1024 * 1024;
 
 // False: the body is longer than the limit.
 bool readBody(std::istream& source, std::string& body) {

@@ -51,7 +51,7 @@ private:
             EVP_CipherFinal_ex(context.get(), out + length, &rest) != 1) {
             throw WireError(kWireBadSession, "the content doesn't fit its key");
         }
-        output.resize(static_cast<std::size_t>(length + rest));
+        output.resize(static_cast<std::size_t>(length) + static_cast<std::size_t>(rest));
         return output;
     }
 

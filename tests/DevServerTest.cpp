@@ -311,10 +311,9 @@ TEST(DevServer, MisbehavesEveryNthTimeAsToldByOption) {
 TEST(DevServer, AnswersSeveralAtATime) {
     const DevServer server;
     const auto start = std::chrono::steady_clock::now();
-    std::vector<std::future<DevServer::Reply>> replies;
-    for (int i = 0; i < 8; ++i) {
-        replies.push_back(
-            std::async(std::launch::async, [&] { return post(server, "/echo/@delay=1000", "{}"); }));
+    std::vector<std::future<DevServer::Reply>> replies(8);
+    for (auto& reply : replies) {
+        reply = std::async(std::launch::async, [&] { return post(server, "/echo/@delay=1000", "{}"); });
     }
     for (auto& reply : replies) {
         EXPECT_EQ(200, reply.get().status);

@@ -42,7 +42,7 @@ void Client::command(MessagesCommand command, const std::string& json) const {
 void Client::configure(const std::string& platform, const Crypto& crypto) const {
     const rapidjson::Document told = common::parseJson(platform);
     const auto text = [&](const char* name) {
-        const std::string found = textOf(told, name);
+        std::string found = textOf(told, name);
         if (found.empty()) {
             throw std::runtime_error(std::string("the platform's file has no ") + name);
         }

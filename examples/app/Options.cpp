@@ -53,7 +53,7 @@ Options parseOptions(int argc, char** argv) {
             options.progressLine = true;
         } else if (argument == "--stop-on-eof") {
             options.stopOnEof = true;
-        } else if (argument.rfind("-", 0) == 0 || !options.messages.empty()) {
+        } else if (argument.rfind('-', 0) == 0 || !options.messages.empty()) {
             throw OptionError("unknown option '" + argument + "'");
         } else {
             options.messages = argument;
