@@ -60,6 +60,7 @@ bool Sqlite3Functions::retain(int64 seqId, int priority) {
     return statement.run() == SQLITE_OK;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature that modules link against
 bool Sqlite3Functions::retainSeqId(std::map<int, int64> seqIds) {
     Sqlite3Guard lock(m_lock);
     Statement statement(*this, nullptr, "update table_seqid set seqid=? where priority=?");

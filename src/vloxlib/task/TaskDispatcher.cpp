@@ -7,6 +7,7 @@ namespace vloxlib {
 
 TaskDispatcher::TaskDispatcher(const std::string& name) : m_store(clientStore(name)) {}
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature that modules link against
 bool TaskDispatcher::storeBaseTask(std::shared_ptr<BaseTask> task) {
     return task != nullptr && m_store->addTask(*task) == 0;
 }
