@@ -327,6 +327,7 @@ constexpr int kRows = 1000;
 
 std::vector<std::string> someIds() {
     std::vector<std::string> ids;
+    ids.reserve(kRows);
     for (int number = 0; number < kRows; ++number) {
         ids.push_back(idOf(number * 7 % kRows));
     }

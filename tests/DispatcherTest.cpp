@@ -42,7 +42,7 @@ public:
                 return {};
             }
         }
-        const std::string id = m_ids.front();
+        std::string id = m_ids.front();
         m_ids.erase(m_ids.begin());
         return id;
     }

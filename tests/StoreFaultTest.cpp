@@ -197,12 +197,9 @@ protected:
         std::vector<std::string> all;
         for (const std::string& table :
              database.values("SELECT name FROM sqlite_master WHERE type='table'")) {
-            std::string columns;
-            for (const std::string& column :
-                 database.values("SELECT name FROM pragma_table_info('" + table +
-                                 "') WHERE name NOT IN ('create_time','complete_time')")) {
-                columns += (columns.empty() ? "\"" : ",\"") + column + "\"";
-            }
+            std::string columnsSql = "SELECT group_concat('\"' || name || '\"') FROM pragma_table_info('";
+            columnsSql.append(table).append("') WHERE name NOT IN ('create_time','complete_time')");
+            const std::string columns = database.values(columnsSql).front();
             all.push_back(table);
             const std::vector<std::string> rows =
                 database.values("SELECT " + columns + " FROM \"" + table + "\"");

@@ -59,6 +59,7 @@ protected:
     void loadStores(int stores) {
         std::vector<Account> accounts(static_cast<std::size_t>(stores));
         std::vector<std::thread> threads;
+        threads.reserve(kThreads);
         for (int thread = 0; thread < kThreads; ++thread) {
             threads.emplace_back([&, thread] {
                 const int client = thread % stores;

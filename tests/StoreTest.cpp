@@ -727,6 +727,7 @@ TEST_F(StoreTest, ThreadsNeverReceiveOneTaskTwice) {
     std::atomic<int> stored{0};
     std::vector<std::vector<std::string>> received(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int index = 0; index < kThreads; ++index) {
         threads.emplace_back([&, index] {
             for (int task = 0; task < kTasks; ++task) {

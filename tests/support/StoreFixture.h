@@ -101,6 +101,7 @@ protected:
 
 inline std::vector<std::string> idsOf(const std::vector<vloxlib::BaseTask>& tasks) {
     std::vector<std::string> ids;
+    ids.reserve(tasks.size());
     for (const vloxlib::BaseTask& task : tasks) {
         ids.push_back(task.getTaskId());
     }
