@@ -201,8 +201,9 @@ protected:
             columnsSql.append(table).append("') WHERE name NOT IN ('create_time','complete_time')");
             const std::string columns = database.values(columnsSql).front();
             all.push_back(table);
-            const std::vector<std::string> rows =
-                database.values("SELECT " + columns + " FROM \"" + table + "\"");
+            std::string rowsSql = "SELECT ";
+            rowsSql.append(columns).append(" FROM ").append(table);
+            const std::vector<std::string> rows = database.values(rowsSql);
             all.insert(all.end(), rows.begin(), rows.end());
         }
         return all;
