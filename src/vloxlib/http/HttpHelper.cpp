@@ -314,8 +314,11 @@ int HttpHelper::httpRequestEncryptData(const Request& request, const std::string
 }
 
 void HttpHelper::secure(HttpClient& client, const std::string& url) const {
-    const bool plain = url.find("http://") != std::string::npos;
-    client.setSecurityPolicy(plain ? SECURITY_POLICY_PLAIN : getWebRequestMode());
+    if (url.find("http://") != std::string::npos) {
+        client.setSecurityPolicy(SECURITY_POLICY_PLAIN);  // under which none of the settings below is read
+        return;
+    }
+    client.setSecurityPolicy(getWebRequestMode());
     client.setCAPath(getCACertificatePath());
     client.setCAContent(getCACertificateContent());
     client.setClientCertPath(getClientCertificatePath());
