@@ -8,6 +8,7 @@
 #include <map>
 #include <random>
 #include <set>
+#include <stdexcept>
 #include <thread>
 
 #include "support/LogCapture.h"
@@ -150,6 +151,35 @@ TEST_F(StoreTest, KeysAndValues) {
     value = "before";
     EXPECT_EQ(SQLITE_OK, store().getValueByKey("new", value));
     EXPECT_EQ("before", value) << "a NULL leaves the value alone";
+}
+
+TEST(Sqlite3Mutex, HoldsOthersOutUntilTheLastGuardIsGone) {
+    const auto takenElsewhere = [](const Sqlite3Mutex& mutex) {
+        int rc = SQLITE_OK;
+        std::thread([&] {
+            rc = mutex.tryLock();
+            if (rc == SQLITE_OK) {
+                mutex.unlock();
+            }
+        }).join();
+        return rc == SQLITE_BUSY;
+    };
+    const Sqlite3Mutex recursive(SQLITE_MUTEX_RECURSIVE);
+    {
+        const Sqlite3Guard outer(recursive);
+        try {
+            const Sqlite3Guard inner(recursive);
+            throw std::runtime_error("passing through");
+        } catch (const std::runtime_error&) {
+            EXPECT_TRUE(takenElsewhere(recursive));
+        }
+    }
+    EXPECT_FALSE(takenElsewhere(recursive));
+    const Sqlite3Mutex plain;
+    EXPECT_EQ(0, plain.lock());
+    EXPECT_TRUE(takenElsewhere(plain));
+    EXPECT_EQ(0, plain.unlock());
+    EXPECT_FALSE(takenElsewhere(plain));
 }
 
 TEST_F(StoreTest, TransactionHelpersReportAndLog) {
