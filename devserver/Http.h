@@ -17,6 +17,8 @@ struct HttpRequest {
     std::string query;  ///< undecoded
     Fields headers;
     std::string body;
+    std::string serverHost;  ///< the address that it came to, of those the server has
+    unsigned short serverPort = 0;
 };
 
 struct HttpReply {

@@ -6,7 +6,6 @@
 #include <Poco/Net/HTTPServerParams.h>
 #include <Poco/Net/HTTPServerRequest.h>
 #include <Poco/Net/HTTPServerResponse.h>
-#include <Poco/Net/ServerSocket.h>
 #include <Poco/Net/SocketAddress.h>
 
 #include <algorithm>
@@ -67,6 +66,8 @@ public:
         read.path = uri.substr(0, question);
         read.query = uri.substr(std::min(question + 1, uri.size()));
         std::copy(request.begin(), request.end(), std::back_inserter(read.headers));
+        read.serverHost = request.serverAddress().host().toString();
+        read.serverPort = request.serverAddress().port();
         if (announcesBody(request) && !readBody(request.stream(), read.body)) {
             HttpReply tooLong;
             tooLong.status = net::HTTPResponse::HTTP_REQUEST_ENTITY_TOO_LARGE;
@@ -103,10 +104,17 @@ net::HTTPServerParams::Ptr serverParams(int threads) {
 
 }  // namespace
 
-HttpServer::HttpServer(Platform& platform, const std::string& host, unsigned short port, int threads)
+net::ServerSocket boundSocket(const std::string& host, unsigned short port) {
+    net::ServerSocket socket;
+    socket.bind(net::SocketAddress(host, port), true);
+    return socket;
+}
+
+void listenOn(net::ServerSocket& socket) { socket.listen(1024); }
+
+HttpServer::HttpServer(Platform& platform, const net::ServerSocket& socket, int threads)
     : m_pool("connections", 2, threads + 1),  // one of them accepts
-      m_server(new Factory(platform), m_pool, net::ServerSocket(net::SocketAddress(host, port), 1024),
-               serverParams(threads)) {
+      m_server(new Factory(platform), m_pool, socket, serverParams(threads)) {
     m_server.start();
 }
 

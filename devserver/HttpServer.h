@@ -2,6 +2,7 @@
 #define DEVSERVER_HTTPSERVER_H
 
 #include <Poco/Net/HTTPServer.h>
+#include <Poco/Net/ServerSocket.h>
 #include <Poco/ThreadPool.h>
 
 #include <string>
@@ -10,17 +11,24 @@
 
 namespace devserver {
 
-/// The socket in front of the platform. Serves from construction to destruction.
+/// A socket that has its address and doesn't listen yet: connections to it are refused.
+/// Throws Poco::Exception when the address can't be used.
+/// @param port 0: any free one
+Poco::Net::ServerSocket boundSocket(const std::string& host, unsigned short port);
+
+/// Lets clients connect, whether or not anybody then accepts them.
+void listenOn(Poco::Net::ServerSocket& socket);
+
+/// The platform's face to one socket. Serves from construction to destruction.
 class HttpServer {
 public:
-    /// Throws Poco::Exception when the address can't be used. Borrows the platform.
-    HttpServer(Platform& platform, const std::string& host, unsigned short port, int threads);
+    /// Throws Poco::Exception. Borrows the platform.
+    /// @param socket listens
+    HttpServer(Platform& platform, const Poco::Net::ServerSocket& socket, int threads);
     /// Lets requests under way end; the platform's delays should have been stopped before.
     ~HttpServer();
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
-
-    unsigned short port() const { return m_server.port(); }
 
 private:
     Poco::ThreadPool m_pool;

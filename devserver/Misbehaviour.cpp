@@ -5,6 +5,8 @@
 #include <Poco/StringTokenizer.h>
 #include <Poco/URI.h>
 
+#include <utility>
+
 namespace devserver {
 namespace {
 
@@ -15,6 +17,16 @@ int number(const std::string& name, const std::string& value, int lowest, int hi
                         std::to_string(highest));
     }
     return result;
+}
+
+int wrapping(const std::string& value) {
+    static const std::pair<const char*, int> algorithms[] = {{"none", 0}, {"sm2", 2}, {"sm9", 4}};
+    for (const auto& [name, algorithm] : algorithms) {
+        if (value == name) {
+            return algorithm;
+        }
+    }
+    throw RuleError("misbehaviour 'zone' needs none, sm2 or sm9");
 }
 
 struct Name {
@@ -50,6 +62,16 @@ const Name names[] = {
      [](Misbehaviour& rule, const std::string& value) {
          rule.cut = static_cast<std::size_t>(number("cut", value, 0, 1'000'000'000));
      }},
+    {"zone", "zone=KEY        none, sm2 or sm9: on to the --other-zone, if one is given",
+     [](Misbehaviour& rule, const std::string& value) { rule.zone = wrapping(value); }},
+    {"servers", "servers=N       N servers of each kind in an address reply",
+     [](Misbehaviour& rule, const std::string& value) { rule.servers = number("servers", value, 0, 1000); }},
+    {"unknown", "unknown=1       an address reply that begins with an unknown kind",
+     [](Misbehaviour& rule, const std::string& value) {
+         rule.unknown = number("unknown", value, 0, 1) != 0;
+     }},
+    {"broken", "broken=KIND     an address reply with no list of servers for this kind",
+     [](Misbehaviour& rule, const std::string& value) { rule.broken = value; }},
 };
 
 void take(Misbehaviour& rule, const std::string& name, const std::string& value) {
@@ -74,7 +96,8 @@ std::string garbageBytes() {
 }  // namespace
 
 bool Misbehaviour::any() const {
-    return delay.count() > 0 || code || data || status || redirect || location || reply || garbage || cut;
+    return delay.count() > 0 || code || data || status || redirect || location || reply || garbage || cut ||
+           zone || servers || unknown || !broken.empty();
 }
 
 void Misbehaviour::spoil(HttpReply& answer) const {

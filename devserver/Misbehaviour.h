@@ -22,9 +22,13 @@ struct Misbehaviour {
     std::optional<std::string> reply;  ///< the whole body as it goes out
     bool garbage = false;
     std::optional<std::size_t> cut;  ///< bytes of the body that go out before the connection ends
+    std::optional<int> zone;         ///< send on to the other zone, under this asymmetric algorithm
+    std::optional<int> servers;      ///< how many servers an address reply has of each kind
+    bool unknown = false;            ///< an address reply begins with a kind that no client knows
+    std::string broken;              ///< the kind that has no list of servers in an address reply
 
     bool any() const;
-    /// Changes what can be changed in a finished reply: all but the delay, the code and the data.
+    /// Changes what can be changed in a finished reply: all down from the status, but nothing of the content.
     void spoil(HttpReply& reply) const;
 };
 

@@ -6,6 +6,7 @@
 #include <Poco/Util/Option.h>
 #include <Poco/Util/OptionProcessor.h>
 #include <Poco/Util/OptionSet.h>
+#include <Poco/Util/RegExpValidator.h>
 
 #include <sstream>
 
@@ -14,11 +15,19 @@ namespace {
 
 using Poco::Util::IntValidator;
 using Poco::Util::Option;
+using Poco::Util::RegExpValidator;
 
 Poco::Util::OptionSet optionSet() {
     Poco::Util::OptionSet set;
     set.addOption(Option("help", "h", "show this text"));
     set.addOption(Option("host", "", "address to listen on (127.0.0.1)").argument("address"));
+    set.addOption(
+        Option("also-host", "", "a second address to listen on, on the same port").argument("address"));
+    set.addOption(Option("primary", "",
+                         "what the first of two addresses does: answer, refuse connections, or stay silent "
+                         "(answer)")
+                      .argument("how")
+                      .validator(new RegExpValidator("answer|refuse|silent")));
     set.addOption(Option("port", "p", "port to listen on (0: any free one)")
                       .argument("number")
                       .validator(new IntValidator(0, 65535)));
@@ -28,6 +37,9 @@ Poco::Util::OptionSet optionSet() {
     set.addOption(
         Option("keys", "", "where the server's keys are kept (new ones for each run)").argument("directory"));
     set.addOption(Option("identity", "", "the server's name for SM9 (vlox-devserver)").argument("name"));
+    set.addOption(Option("other-zone", "",
+                         "a file with the first output line of another vlox-devserver, see zone below")
+                      .argument("file"));
     set.addOption(Option("threads", "", "requests worked on at one time (32)")
                       .argument("number")
                       .validator(new IntValidator(1, 1000)));
@@ -45,6 +57,14 @@ void take(Options& options, const std::string& name, const std::string& value) {
         options.help = true;
     } else if (name == "host") {
         options.host = value;
+    } else if (name == "also-host") {
+        options.alsoHost = value;
+    } else if (name == "primary") {
+        options.primary = value == "refuse"   ? Primary::Refuses
+                          : value == "silent" ? Primary::Silent
+                                              : Primary::Answers;
+    } else if (name == "other-zone") {
+        options.otherZone = value;
     } else if (name == "port") {
         options.port = static_cast<unsigned short>(std::stoi(value));
     } else if (name == "envelope") {
@@ -63,6 +83,15 @@ void take(Options& options, const std::string& name, const std::string& value) {
         options.finalStats = true;
     } else if (name == "stop-on-eof") {
         options.stopOnEof = true;
+    }
+}
+
+void checkTogether(const Options& options) {
+    if (options.primary != Primary::Answers && options.alsoHost.empty()) {
+        throw OptionError("--primary needs a second address, --also-host");
+    }
+    if (options.misbehaviour.zone && options.otherZone.empty()) {
+        throw OptionError("misbehaviour 'zone' needs --other-zone");
     }
 }
 
@@ -95,6 +124,7 @@ Options parseOptions(int argc, char** argv) {
     } catch (const RuleError& error) {
         throw OptionError(error.what());
     }
+    checkTogether(options);
     return options;
 }
 
@@ -109,9 +139,10 @@ std::string helpText() {
         "The first line of its output is a JSON object with its port, its process id and its public keys.");
     formatter.setFooter(
         "Services, each with or without /vlox/ before it and with any further path behind it:\n"
-        "echo        a service request; the reply's data tells what arrived\n"
-        "mirror      any request; a plain JSON text tells what arrived\n"
-        "stats       what has been counted so far, as plain JSON\n"
+        "echo                  a service request; the reply's data tells what arrived\n"
+        "server/address/query  a service request; its data tells where services are\n"
+        "mirror                any request; a plain JSON text tells what arrived\n"
+        "stats                 what has been counted so far, as plain JSON\n"
         "\n"
         "Misbehaviour: a rule is a list such as delay=200,code=15001 of\n" +
         ruleHelp() +

@@ -6,10 +6,11 @@
 
 #include <utility>
 
+#include "Addresses.h"
+
 namespace devserver {
 
 struct Platform::Target {
-    std::string service;
     std::string path;  ///< decoded, without the prefix "/vlox/" and without a rule
     Misbehaviour rule;
 };
@@ -41,8 +42,13 @@ std::string describe(const HttpRequest& request, const std::string& path, const 
 
 }  // namespace
 
-Platform::Platform(const ServerKeys& keys, bool headerRequired, Misbehaviour rule, unsigned every)
-    : m_sessions(keys), m_format(headerRequired, m_sessions), m_rule(std::move(rule)), m_every(every) {}
+Platform::Platform(const ServerKeys& keys, bool headerRequired, Misbehaviour rule, unsigned every,
+                   std::optional<OtherZone> other)
+    : m_sessions(keys),
+      m_format(headerRequired, m_sessions),
+      m_rule(std::move(rule)),
+      m_every(every),
+      m_otherZone(std::move(other)) {}
 
 Platform::Target Platform::readPath(const std::string& path) {
     const Poco::StringTokenizer segments(path, "/", Poco::StringTokenizer::TOK_IGNORE_EMPTY);
@@ -57,22 +63,20 @@ Platform::Target Platform::readPath(const std::string& path) {
         }
         std::string decoded;
         Poco::URI::decode(*segment, decoded);
-        if (target.service.empty()) {
-            target.service = decoded;
-        }
         target.path += (target.path.empty() ? "" : "/") + decoded;
     }
     return target;
 }
 
-Platform::Service Platform::findService(const std::string& name) {
+Platform::Service Platform::findService(const std::string& path) {
     static const std::pair<const char*, Service> services[] = {
         {"echo", &Platform::echo},
         {"mirror", &Platform::mirror},
+        {"server/address/query", &Platform::addresses},
         {"stats", &Platform::stats},
     };
     for (const auto& [known, service] : services) {
-        if (name == known) {
+        if ((path + "/").rfind(known + std::string("/"), 0) == 0) {
             return service;
         }
     }
@@ -88,17 +92,33 @@ HttpReply Platform::answer(const HttpRequest& request) {
     } catch (const Poco::Exception& error) {
         return textReply(400, error.displayText());
     }
-    const Service service = findService(target.service);
+    const Service service = findService(target.path);
     m_statistics.countRequest(service != nullptr ? target.path : "(unknown)");
     if (service == nullptr) {
-        return textReply(404, "no such service; there are echo, mirror and stats");
+        return textReply(404, "no such service; there are echo, mirror, server/address/query and stats");
     }
     return (this->*service)(request, target);
 }
 
 HttpReply Platform::echo(const HttpRequest& request, const Target& target) {
+    return serve(request, target.rule, [&](const ServiceRequest& service, const Misbehaviour&) {
+        return describe(request, target.path, service);
+    });
+}
+
+HttpReply Platform::addresses(const HttpRequest& request, const Target& target) {
+    return serve(request, target.rule, [&](const ServiceRequest& service, const Misbehaviour& rule) {
+        if (!service.params.HasMember("domainName") || !service.params["domainName"].IsString()) {
+            throw WireError(kWireBadRequest, "an address query has a text domainName");
+        }
+        return addressList(request.serverHost, request.serverPort, rule);
+    });
+}
+
+HttpReply Platform::serve(const HttpRequest& request, const Misbehaviour& ruleOfPath,
+                          const Content& content) {
     const Misbehaviour ruleOfAll = ruleOfOption();
-    Misbehaviour rule = target.rule.any() ? target.rule : ruleOfAll;
+    Misbehaviour rule = ruleOfPath.any() ? ruleOfPath : ruleOfAll;
     ServiceReply reply;
     std::shared_ptr<const SessionCipher> cipher;
     try {
@@ -108,13 +128,11 @@ HttpReply Platform::echo(const HttpRequest& request, const Target& target) {
         if (service.params.HasMember("misbehave")) {
             rule = parseRule(service.params["misbehave"]);
         }
-        reply.code = rule.code.value_or(0);
-        reply.desc = rule.code ? "as asked for" : "success";
-        if (rule.data) {
-            reply.data = *rule.data;
-        } else if (reply.code == 0) {
-            reply.data = describe(request, target.path, service);
+        // A rule in the path or in the parameters goes on to the other zone with the request, and ends there.
+        if (!m_otherZone) {
+            rule.zone.reset();
         }
+        reply = replyTo(service, rule, content);
     } catch (const WireError& error) {
         reply = {error.code(), error.what(), ""};
     } catch (const RuleError& error) {
@@ -127,6 +145,22 @@ HttpReply Platform::echo(const HttpRequest& request, const Target& target) {
     HttpReply answer = sendReply(reply, cipher.get());
     rule.spoil(answer);
     return answer;
+}
+
+ServiceReply Platform::replyTo(const ServiceRequest& service, const Misbehaviour& rule,
+                               const Content& content) const {
+    if (rule.zone) {
+        return {kWireOtherZone, "another zone answers this", m_otherZone->invitation(*rule.zone)};
+    }
+    ServiceReply reply;
+    reply.code = rule.code.value_or(0);
+    reply.desc = rule.code ? "as asked for" : "success";
+    if (rule.data) {
+        reply.data = *rule.data;
+    } else if (reply.code == 0) {
+        reply.data = content(service, rule);
+    }
+    return reply;
 }
 
 HttpReply Platform::mirror(const HttpRequest& request, const Target& target) {

@@ -5,11 +5,14 @@
 #include <csignal>
 #include <exception>
 #include <iostream>
+#include <list>
+#include <optional>
 #include <thread>
 
 #include "HttpServer.h"
 #include "Json.h"
 #include "Options.h"
+#include "OtherZone.h"
 #include "Platform.h"
 #include "ServerKeys.h"
 
@@ -37,16 +40,52 @@ void stopWhenInputEnds() {
 
 void tellWhereToConnect(const devserver::Options& options, unsigned short port,
                         const devserver::ServerKeys& keys) {
+    const std::string& answers =
+        options.primary == devserver::Primary::Answers ? options.host : options.alsoHost;
     rapidjson::Document line(rapidjson::kObjectType);
     devserver::addNumber(line, "port", port);
     devserver::addNumber(line, "pid", static_cast<long long>(Poco::Process::id()));
     devserver::addText(line, "host", options.host);
-    devserver::addText(line, "url", "http://" + options.host + ":" + std::to_string(port));
+    if (!options.alsoHost.empty()) {
+        devserver::addText(line, "alsoHost", options.alsoHost);
+    }
+    devserver::addText(line, "url", "http://" + answers + ":" + std::to_string(port));
     devserver::addText(line, "sm2PublicKey", keys.sm2PublicKey());
     devserver::addText(line, "sm9Identity", keys.sm9Identity());
     devserver::addText(line, "sm9Parameters", keys.sm9Parameters());
     devserver::addText(line, "sm9ParameterFile", keys.sm9ParameterFile());
     std::cout << devserver::toText(line) << std::endl;
+}
+
+// One server for each address that answers. The first address keeps its socket also where nobody answers, so
+// that no other process gets its port.
+class Servers {
+public:
+    Servers(devserver::Platform& platform, const devserver::Options& options)
+        : m_primary(devserver::boundSocket(options.host, options.port)) {
+        if (options.primary != devserver::Primary::Refuses) {
+            devserver::listenOn(m_primary);
+        }
+        if (options.primary == devserver::Primary::Answers) {
+            m_servers.emplace_back(platform, m_primary, options.threads);
+        }
+        if (!options.alsoHost.empty()) {
+            Poco::Net::ServerSocket second = devserver::boundSocket(options.alsoHost, port());
+            devserver::listenOn(second);
+            m_servers.emplace_back(platform, second, options.threads);
+        }
+    }
+
+    unsigned short port() const { return m_primary.address().port(); }
+
+private:
+    Poco::Net::ServerSocket m_primary;
+    std::list<devserver::HttpServer> m_servers;
+};
+
+std::optional<devserver::OtherZone> otherZone(const devserver::Options& options) {
+    return options.otherZone.empty() ? std::nullopt
+                                     : std::make_optional<devserver::OtherZone>(options.otherZone);
 }
 
 int serve(const devserver::Options& options) {
@@ -56,12 +95,13 @@ int serve(const devserver::Options& options) {
         std::signal(SIGINT, SIG_IGN);
     }
     const devserver::ServerKeys keys(options.keys, options.identity);
-    devserver::Platform platform(keys, options.envelope, options.misbehaviour, options.every);
-    const devserver::HttpServer server(platform, options.host, options.port, options.threads);
+    devserver::Platform platform(keys, options.envelope, options.misbehaviour, options.every,
+                                 otherZone(options));
+    const Servers servers(platform, options);
     if (options.stopOnEof) {
         stopWhenInputEnds();
     }
-    tellWhereToConnect(options, server.port(), keys);
+    tellWhereToConnect(options, servers.port(), keys);
     waitUntilAskedToStop();
     platform.stop();
     if (options.finalStats) {

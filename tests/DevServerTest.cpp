@@ -62,8 +62,18 @@ Outcome run(const std::vector<std::string>& arguments) {
 
 TEST(DevServer, WrongOptionsGiveOneLineAndTwo) {
     const std::vector<std::string> rows[] = {
-        {"--bogus"},          {"stray"},           {"--port"},    {"--port", "65536"},    {"--threads=0"},
-        {"--misbehave=slow"}, {"--misbehave=a=1"}, {"--every=x"}, {"--misbehave=cut=-1"},
+        {"--bogus"},
+        {"stray"},
+        {"--port"},
+        {"--port", "65536"},
+        {"--threads=0"},
+        {"--misbehave=slow"},
+        {"--misbehave=a=1"},
+        {"--every=x"},
+        {"--misbehave=cut=-1"},
+        {"--primary=refuse"},
+        {"--primary=dead", "--also-host=127.0.0.2"},
+        {"--misbehave=zone=sm2"},
     };
     for (const auto& arguments : rows) {
         SCOPED_TRACE(testing::PrintToString(arguments));
@@ -77,8 +87,8 @@ TEST(DevServer, WrongOptionsGiveOneLineAndTwo) {
 TEST(DevServer, HelpNamesEveryMisbehaviour) {
     const Outcome result = run({"--help"});
     EXPECT_EQ(0, result.exitCode);
-    for (const char* name :
-         {"delay=", "code=", "data=", "status=", "redirect=", "location=", "reply=", "garbage=", "cut="}) {
+    for (const char* name : {"delay=", "code=", "data=", "status=", "redirect=", "location=", "reply=",
+                             "garbage=", "cut=", "zone=", "servers=", "unknown=", "broken="}) {
         EXPECT_THAT(result.output, HasSubstr(name));
     }
 }
@@ -130,6 +140,38 @@ TEST(DevServer, EchoTellsWhatArrived) {
     EXPECT_EQ(1, counted["paths"]["echo/7"].GetInt());
     EXPECT_EQ(3, counted["paths"]["echo"].GetInt());
     EXPECT_EQ(4, counted["codes"]["0"].GetInt());
+}
+
+TEST(DevServer, TellsWhereItsServicesAreAndWhereItHasBeenToldTo) {
+    const DevServer server({"--also-host", "127.0.0.2"});
+    const auto list = [&](const std::string& name) {
+        const std::string port = std::to_string(server.port());
+        return R"({"serverAddr":")" + name + R"(","port":)" + port + R"(,"httpsPort":)" + port + "}";
+    };
+    const auto kinds = [](const std::string& servers, const std::vector<std::string>& types) {
+        std::string text;
+        for (const std::string& type : types) {
+            text += R"(,{"type":")" + type + R"(","serverList":[)" + servers + "]}";
+        }
+        return text.substr(1);
+    };
+    struct Row {
+        std::string rule;
+        std::string data;
+    };
+    const Row rows[] = {
+        {"", kinds(list(server.host()), {"PCS", "FS", "CDS", "TOPIC", "BLS", "FPS", "VOIP"})},
+        {"/@servers=0,unknown=1", kinds("", {"UNHEARD", "PCS", "FS", "CDS", "TOPIC", "BLS", "FPS", "VOIP"})},
+        {"/@servers=2,broken=FS", kinds(list(server.host()) + "," + list("standby1.invalid"), {"PCS"}) +
+                                      R"(,{"type":"FS"},)" +
+                                      kinds(list(server.host()) + "," + list("standby1.invalid"),
+                                            {"CDS", "TOPIC", "BLS", "FPS", "VOIP"})},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.rule);
+        EXPECT_THAT(post(server, "/vlox/server/address/query" + row.rule, R"({"domainName":"x"})").body,
+                    HasSubstr("\"data\":\"" + base64("[" + row.data + "]") + "\""));
+    }
 }
 
 TEST(DevServer, RefusesWhatBreaksTheWireFormat) {
@@ -240,7 +282,7 @@ TEST(DevServer, RefusesWhatItCannotDecrypt) {
     EXPECT_EQ(0, server.count("encryptedRequests"));
 }
 
-TEST(DevServer, KeepsItsKeysInADirectory) {
+TEST(DevServer, KeepsItsKeysInADirectoryAndSaysWhatFilesAreWrong) {
     const vlox_test::TempDir dir;
     const std::vector<std::string> options = {"--keys", dir.path("keys"), "--identity", "server@example"};
     std::string first;
@@ -261,6 +303,9 @@ TEST(DevServer, KeepsItsKeysInADirectory) {
     const Outcome damaged = run(options);
     EXPECT_EQ(1, damaged.exitCode);
     EXPECT_THAT(damaged.errors, HasSubstr("holds no SM2 key"));
+    const Outcome noZone = run({"--other-zone", dir.path("keys/sm2.key")});
+    EXPECT_EQ(1, noZone.exitCode);
+    EXPECT_THAT(noZone.errors, HasSubstr("doesn't begin with what a server prints first"));
 }
 
 TEST(DevServer, MisbehavesAsToldByPathOrParameters) {
@@ -283,6 +328,10 @@ TEST(DevServer, MisbehavesAsToldByPathOrParameters) {
         {"/echo", R"({"misbehave":{"unheard":1}})", 200, "no misbehaviour is called 'unheard'"},
         {"/echo", R"({"misbehave":"delay=1"})", 200, "misbehave is no object"},
         {"/echo/@delay=-1", "{}", 400, "needs a number"},
+        {"/echo/@zone=rsa", "{}", 400, "needs none, sm2 or sm9"},
+        {"/echo/@zone=sm2", "{}", 200, R"({"code":"0")"},  // it knows no other zone, so it is the other zone
+        {"/server/address/query", "{}", 200, "an address query has a text domainName"},
+        {"/server/address", "{}", 404, "no such service"},
         {"/nothing", "{}", 404, "no such service"},
     };
     for (const Row& row : rows) {

@@ -8,6 +8,7 @@
 #include <Poco/PipeStream.h>
 #include <Poco/Process.h>
 #include <Poco/StreamCopier.h>
+#include <Poco/URI.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
@@ -44,6 +45,7 @@ public:
     std::string url(const std::string& path = "") const { return m_line["url"].GetString() + path; }
     /// All that the server tells about itself.
     const rapidjson::Document& line() const { return m_line; }
+    const std::string& firstLine() const { return m_firstLine; }
 
     struct Reply {
         int status = 0;
@@ -53,7 +55,8 @@ public:
     /// One exchange with nothing of the library in it. Throws Poco::Exception when the connection fails.
     Reply ask(const std::string& method, const std::string& path, const std::string& body = "",
               const std::map<std::string, std::string>& headers = {}) const {
-        Poco::Net::HTTPClientSession session(host(), static_cast<Poco::UInt16>(port()));
+        const Poco::URI address(url());
+        Poco::Net::HTTPClientSession session(address.getHost(), address.getPort());
         Poco::Net::HTTPRequest request(method, path, Poco::Net::HTTPMessage::HTTP_1_1);
         for (const auto& [name, value] : headers) {
             request.set(name, value);

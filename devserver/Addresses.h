@@ -1,0 +1,16 @@
+#ifndef DEVSERVER_ADDRESSES_H
+#define DEVSERVER_ADDRESSES_H
+
+#include <string>
+
+#include "Misbehaviour.h"
+
+namespace devserver {
+
+/// Where the services of all kinds are, as JSON: at one address, unless the rule wants something else. A
+/// kind's further servers bear names that don't resolve.
+std::string addressList(const std::string& host, unsigned short port, const Misbehaviour& rule);
+
+}  // namespace devserver
+
+#endif
