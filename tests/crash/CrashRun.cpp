@@ -27,7 +27,9 @@ CrashRun::CrashRun(std::string directory, unsigned seed)
 
 void CrashRun::killOnce() {
     const std::string generation = "g" + std::to_string(m_kills);
-    for (const std::string& line : liveAndDie(m_directory, generation, m_random() % 80)) {
+    // The first life gets as far as making the tables: there is nothing to look at in a file without them.
+    const std::size_t atLeast = m_kills == 0 ? 1 : 0;
+    for (const std::string& line : liveAndDie(m_directory, generation, atLeast + m_random() % 80)) {
         learn(line);
     }
     const std::map<std::string, unsigned> found = look(m_directory);
