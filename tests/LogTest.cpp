@@ -74,21 +74,27 @@ protected:
         }
         return found;
     }
-    long count(const std::string& text) const {
-        const std::vector<std::string> all = lines();
+    long count(const std::string& text) const { return countIn(logFile(), text); }
+    static long countIn(const std::string& file, const std::string& text) {
+        const std::vector<std::string> all = linesOf(file);
         return std::count_if(all.begin(), all.end(),
                              [&](const std::string& line) { return line.find(text) != std::string::npos; });
     }
     // Whether the file holds so many lines with the text before the time is over.
     bool holdsWithin(std::chrono::milliseconds limit, const std::string& text, long expected) const {
+        return fileHoldsWithin(logFile(), limit, text, expected);
+    }
+    /// An error line is written at once, but the call doesn't wait for the worker that writes it.
+    static bool fileHoldsWithin(const std::string& file, std::chrono::milliseconds limit,
+                                const std::string& text, long expected) {
         const auto giveUp = std::chrono::steady_clock::now() + limit;
-        while (count(text) < expected) {
+        while (countIn(file, text) < expected) {
             if (std::chrono::steady_clock::now() > giveUp) {
                 return false;
             }
             std::this_thread::sleep_for(1ms);
         }
-        return count(text) == expected;
+        return countIn(file, text) == expected;
     }
     void addFile(const std::string& name, int ageInDays) const {
         std::ofstream(path(name)) << name;
@@ -270,9 +276,9 @@ TEST_F(LogTest, AReplacedLoggerWritesWhatItHasAndClosesItsFile) {
     VLOX_LOG(2, "to the first");
     create_logger("windows_sdk", path("second.log").c_str(), false);
     VLOX_LOG(4, "to the second");
-    EXPECT_TRUE(holdsWithin(1s, "to the first", 1));
+    EXPECT_TRUE(holdsWithin(10s, "to the first", 1));
+    EXPECT_TRUE(fileHoldsWithin(path(dated("second", ".log")), 10s, "to the second", 1));
     EXPECT_EQ(0, count("to the second"));
-    EXPECT_THAT(linesOf(path(dated("second", ".log"))).back(), HasSubstr("to the second"));
 }
 
 TEST_F(LogTest, AFileThatCannotBeOpenedThrowsAndLeavesTheEarlierLogger) {
@@ -280,7 +286,7 @@ TEST_F(LogTest, AFileThatCannotBeOpenedThrowsAndLeavesTheEarlierLogger) {
     std::ofstream(path("file")) << "in the way";
     EXPECT_THROW(create_logger("windows_sdk", path("file/windows_sdk.log").c_str(), false), std::exception);
     VLOX_LOG(4, "still here");
-    EXPECT_TRUE(holdsWithin(1s, "still here", 1));
+    EXPECT_TRUE(holdsWithin(10s, "still here", 1));
 }
 
 TEST_F(LogTest, ARefusedLoggerTouchesNothing) {
@@ -318,7 +324,7 @@ TEST_F(LogTest, StartRemovesFilesByAgeNameAndExtension) {
     EXPECT_TRUE(exists("old_windows_sdk.txt"));
     EXPECT_TRUE(exists("windows_sdk_dir.log"));
     VLOX_LOG(4, "end");
-    ASSERT_TRUE(holdsWithin(1s, "] end", 1));
+    ASSERT_TRUE(holdsWithin(10s, "] end", 1));
     EXPECT_EQ(2, count("remove_histroy_log_files: "));
 }
 
@@ -340,7 +346,7 @@ TEST_F(LogTest, CollectsTheFilesWrittenWithinTheTimes) {
 
     EXPECT_EQ(0, collect_sdk_log(path("none").c_str(), 1000, 1000));
     EXPECT_FALSE(exists("none"));
-    EXPECT_TRUE(holdsWithin(1s, "time begin: 1000. time end :1000", 1));
+    EXPECT_TRUE(holdsWithin(10s, "time begin: 1000. time end :1000", 1));
     EXPECT_EQ(0, collect_sdk_log(nullptr, 0, daysAgo(0)));
 }
 
@@ -420,7 +426,7 @@ TEST_F(LogDeathTest, AForkedChildWritesItsOwnLines) {
         testing::ExitedWithCode(0), "");
     EXPECT_EQ(3000, count("the child's"));
     VLOX_LOG(4, "end");
-    EXPECT_TRUE(holdsWithin(1s, "] end", 1));
+    EXPECT_TRUE(holdsWithin(10s, "] end", 1));
     EXPECT_EQ(1, count("the parent's"));
 }
 
