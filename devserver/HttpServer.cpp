@@ -5,11 +5,13 @@
 #include <Poco/Net/HTTPRequestHandlerFactory.h>
 #include <Poco/Net/HTTPServerParams.h>
 #include <Poco/Net/HTTPServerRequest.h>
+#include <Poco/Net/HTTPServerRequestImpl.h>
 #include <Poco/Net/HTTPServerResponse.h>
 #include <Poco/Net/SocketAddress.h>
 
 #include <algorithm>
 #include <iterator>
+#include <vector>
 
 namespace devserver {
 namespace {
@@ -35,20 +37,58 @@ bool announcesBody(const net::HTTPServerRequest& request) {
     return request.hasContentLength() || request.getChunkedTransferEncoding();
 }
 
-void send(const HttpReply& reply, net::HTTPServerResponse& response) {
+void hangUp(net::HTTPServerRequest& request) {
+    static_cast<net::HTTPServerRequestImpl&>(request).detachSocket().close();
+}
+
+// Where the rest of a body has not been read, a client may miss a reply that comes all the same.
+void readOff(std::istream* rest) {
+    char buffer[65536];
+    while (rest != nullptr && rest->read(buffer, sizeof buffer)) {
+    }
+}
+
+// False: the body has come to an end before its length, and so has the connection's use.
+bool sendStream(const StreamedBody& body, std::uint64_t most, std::ostream& out) {
+    std::vector<char> buffer(65536);
+    while (most > 0 && out) {
+        const std::size_t got =
+            body.read(buffer.data(), static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), most)));
+        if (got == 0) {
+            return false;
+        }
+        out.write(buffer.data(), static_cast<std::streamsize>(got));
+        most -= got;
+    }
+    out.flush();
+    return out.good();
+}
+
+void send(const HttpReply& reply, net::HTTPServerRequest& request, net::HTTPServerResponse& response) {
+    if (reply.hangUp) {
+        hangUp(request);
+        return;
+    }
     response.setStatusAndReason(static_cast<net::HTTPResponse::HTTPStatus>(reply.status));
     response.setContentType(reply.contentType);
     for (const auto& [name, value] : reply.headers) {
         response.add(name, value);
     }
-    const std::size_t sent = std::min(reply.cutAfter, reply.body.size());
-    if (sent == reply.body.size()) {
+    const std::uint64_t length = reply.stream ? reply.stream->length : reply.body.size();
+    const std::uint64_t sent = std::min(reply.cutAfter, length);
+    if (!reply.stream && sent == length) {
         response.sendBuffer(reply.body.data(), reply.body.size());
         return;
     }
-    response.setKeepAlive(false);
-    response.setContentLength64(static_cast<Poco::Int64>(reply.body.size()));
-    response.send().write(reply.body.data(), static_cast<std::streamsize>(sent));
+    response.setContentLength64(static_cast<Poco::Int64>(length));
+    if (sent < length) {
+        response.setKeepAlive(false);
+    }
+    if (!reply.stream) {
+        response.send().write(reply.body.data(), static_cast<std::streamsize>(sent));
+    } else if (!sendStream(*reply.stream, sent, response.send())) {
+        hangUp(request);
+    }
 }
 
 class Handler : public net::HTTPRequestHandler {
@@ -68,14 +108,20 @@ public:
         std::copy(request.begin(), request.end(), std::back_inserter(read.headers));
         read.serverHost = request.serverAddress().host().toString();
         read.serverPort = request.serverAddress().port();
-        if (announcesBody(request) && !readBody(request.stream(), read.body)) {
+        if (announcesBody(request) && Platform::takesStream(read)) {
+            read.stream = &request.stream();
+        } else if (announcesBody(request) && !readBody(request.stream(), read.body)) {
             HttpReply tooLong;
             tooLong.status = net::HTTPResponse::HTTP_REQUEST_ENTITY_TOO_LARGE;
             response.setKeepAlive(false);
-            send(tooLong, response);
+            send(tooLong, request, response);
             return;
         }
-        send(m_platform.answer(read), response);
+        const HttpReply reply = m_platform.answer(read);
+        if (!reply.hangUp) {
+            readOff(read.stream);
+        }
+        send(reply, request, response);
     }
 
 private:

@@ -10,13 +10,18 @@
 namespace devserver {
 namespace {
 
-int number(const std::string& name, const std::string& value, int lowest, int highest) {
-    int result = 0;
-    if (!Poco::NumberParser::tryParse(value, result) || result < lowest || result > highest) {
+template <typename Number>
+Number number(const std::string& name, const std::string& value, Number lowest, Number highest) {
+    Poco::Int64 result = 0;
+    if (!Poco::NumberParser::tryParse64(value, result) || result < lowest || result > highest) {
         throw RuleError("misbehaviour '" + name + "' needs a number from " + std::to_string(lowest) + " to " +
                         std::to_string(highest));
     }
-    return result;
+    return static_cast<Number>(result);
+}
+
+std::uint64_t bytes(const std::string& name, const std::string& value) {
+    return static_cast<std::uint64_t>(number(name, value, Poco::Int64{0}, Poco::Int64{1} << 50));
 }
 
 int wrapping(const std::string& value) {
@@ -59,9 +64,7 @@ const Name names[] = {
          rule.garbage = number("garbage", value, 0, 1) != 0;
      }},
     {"cut", "cut=N           end the connection after N bytes of the body",
-     [](Misbehaviour& rule, const std::string& value) {
-         rule.cut = static_cast<std::size_t>(number("cut", value, 0, 1'000'000'000));
-     }},
+     [](Misbehaviour& rule, const std::string& value) { rule.cut = bytes("cut", value); }},
     {"zone", "zone=KEY        none, sm2 or sm9: on to the --other-zone, if one is given",
      [](Misbehaviour& rule, const std::string& value) { rule.zone = wrapping(value); }},
     {"servers", "servers=N       N servers of each kind in an address reply",
@@ -72,6 +75,24 @@ const Name names[] = {
      }},
     {"broken", "broken=KIND     an address reply with no list of servers for this kind",
      [](Misbehaviour& rule, const std::string& value) { rule.broken = value; }},
+    {"rate", "rate=N          a file moves at N bytes a second",
+     [](Misbehaviour& rule, const std::string& value) {
+         rule.rate = static_cast<std::uint64_t>(number("rate", value, 1, 2'000'000'000));
+     }},
+    {"norange", "norange=1       a download is the whole file, whatever was asked for",
+     [](Misbehaviour& rule, const std::string& value) {
+         rule.norange = number("norange", value, 0, 1) != 0;
+     }},
+    {"flip", "flip=N          the byte at N of a download is another than in the file",
+     [](Misbehaviour& rule, const std::string& value) { rule.flip = bytes("flip", value); }},
+    {"zeros", "zeros=N         a download of N zero bytes, which stand in no file",
+     [](Misbehaviour& rule, const std::string& value) { rule.zeros = bytes("zeros", value); }},
+    {"hangup", "hangup=N        end the connection after N bytes of an upload",
+     [](Misbehaviour& rule, const std::string& value) { rule.hangup = bytes("hangup", value); }},
+    {"discard", "discard=1       an upload is taken in and thrown away",
+     [](Misbehaviour& rule, const std::string& value) {
+         rule.discard = number("discard", value, 0, 1) != 0;
+     }},
 };
 
 void take(Misbehaviour& rule, const std::string& name, const std::string& value) {
@@ -97,7 +118,8 @@ std::string garbageBytes() {
 
 bool Misbehaviour::any() const {
     return delay.count() > 0 || code || data || status || redirect || location || reply || garbage || cut ||
-           zone || servers || unknown || !broken.empty();
+           zone || servers || unknown || !broken.empty() || rate || norange || flip || zeros || hangup ||
+           discard;
 }
 
 void Misbehaviour::spoil(HttpReply& answer) const {
@@ -111,9 +133,11 @@ void Misbehaviour::spoil(HttpReply& answer) const {
         answer.headers.emplace_back("Location", *location);
     }
     if (reply) {
+        answer.stream.reset();
         answer.body = *reply;
     }
     if (garbage) {
+        answer.stream.reset();
         answer.body = garbageBytes();
     }
     if (cut) {

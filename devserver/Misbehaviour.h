@@ -2,6 +2,7 @@
 #define DEVSERVER_MISBEHAVIOUR_H
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -21,11 +22,17 @@ struct Misbehaviour {
     std::optional<std::string> location;
     std::optional<std::string> reply;  ///< the whole body as it goes out
     bool garbage = false;
-    std::optional<std::size_t> cut;  ///< bytes of the body that go out before the connection ends
-    std::optional<int> zone;         ///< send on to the other zone, under this asymmetric algorithm
-    std::optional<int> servers;      ///< how many servers an address reply has of each kind
-    bool unknown = false;            ///< an address reply begins with a kind that no client knows
-    std::string broken;              ///< the kind that has no list of servers in an address reply
+    std::optional<std::uint64_t> cut;     ///< bytes of the body that go out before the connection ends
+    std::optional<int> zone;              ///< send on to the other zone, under this asymmetric algorithm
+    std::optional<int> servers;           ///< how many servers an address reply has of each kind
+    bool unknown = false;                 ///< an address reply begins with a kind that no client knows
+    std::string broken;                   ///< the kind that has no list of servers in an address reply
+    std::optional<std::uint64_t> rate;    ///< bytes of a file that move in a second
+    bool norange = false;                 ///< a download is the whole file, whatever range was asked for
+    std::optional<std::uint64_t> flip;    ///< the byte of a download that is another than in the file
+    std::optional<std::uint64_t> zeros;   ///< a download is so many zero bytes, and no file
+    std::optional<std::uint64_t> hangup;  ///< bytes of an upload that are read before the connection ends
+    bool discard = false;                 ///< an upload is taken in and thrown away
 
     bool any() const;
     /// Changes what can be changed in a finished reply: all down from the status, but nothing of the content.

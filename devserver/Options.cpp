@@ -37,6 +37,8 @@ Poco::Util::OptionSet optionSet() {
     set.addOption(
         Option("keys", "", "where the server's keys are kept (new ones for each run)").argument("directory"));
     set.addOption(Option("identity", "", "the server's name for SM9 (vlox-devserver)").argument("name"));
+    set.addOption(Option("files", "", "where uploaded files are kept (a temporary directory for each run)")
+                      .argument("directory"));
     set.addOption(Option("other-zone", "",
                          "a file with the first output line of another vlox-devserver, see zone below")
                       .argument("file"));
@@ -65,6 +67,8 @@ void take(Options& options, const std::string& name, const std::string& value) {
                                               : Primary::Answers;
     } else if (name == "other-zone") {
         options.otherZone = value;
+    } else if (name == "files") {
+        options.files = value;
     } else if (name == "port") {
         options.port = static_cast<unsigned short>(std::stoi(value));
     } else if (name == "envelope") {
@@ -141,6 +145,10 @@ std::string helpText() {
         "Services, each with or without /vlox/ before it and with any further path behind it:\n"
         "echo                  a service request; the reply's data tells what arrived\n"
         "server/address/query  a service request; its data tells where services are\n"
+        "file/upload           a file, by POST as a part of a form or by PUT; its data tells the id, "
+        "fileUrl\n"
+        "file/download         the file of a fileUrl, or the range of it that the header Range asks for\n"
+        "file/chunk/...        upload, query, merge, delete: a file in chunks, under a fileUUID\n"
         "mirror                any request; a plain JSON text tells what arrived\n"
         "stats                 what has been counted so far, as plain JSON\n"
         "\n"

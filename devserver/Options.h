@@ -24,6 +24,7 @@ struct Options {
     int threads = 32;
     std::string keys;                         ///< directory of the server's keys; empty: new ones
     std::string identity = "vlox-devserver";  ///< the server's name for SM9
+    std::string files;                        ///< directory of the files; empty: a temporary one
     std::string otherZone;                    ///< file with the first line of a second server; empty: none
     Misbehaviour misbehaviour;
     unsigned every = 1;  ///< the misbehaviour strikes each so-many-th service request

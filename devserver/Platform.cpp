@@ -43,12 +43,13 @@ std::string describe(const HttpRequest& request, const std::string& path, const 
 }  // namespace
 
 Platform::Platform(const ServerKeys& keys, bool headerRequired, Misbehaviour rule, unsigned every,
-                   std::optional<OtherZone> other)
+                   std::optional<OtherZone> other, const std::string& files)
     : m_sessions(keys),
       m_format(headerRequired, m_sessions),
       m_rule(std::move(rule)),
       m_every(every),
-      m_otherZone(std::move(other)) {}
+      m_otherZone(std::move(other)),
+      m_files(files, m_stop) {}
 
 Platform::Target Platform::readPath(const std::string& path) {
     const Poco::StringTokenizer segments(path, "/", Poco::StringTokenizer::TOK_IGNORE_EMPTY);
@@ -75,12 +76,23 @@ Platform::Service Platform::findService(const std::string& path) {
         {"server/address/query", &Platform::addresses},
         {"stats", &Platform::stats},
     };
+    if (FileServices::knows(path)) {
+        return &Platform::files;
+    }
     for (const auto& [known, service] : services) {
         if ((path + "/").rfind(known + std::string("/"), 0) == 0) {
             return service;
         }
     }
     return nullptr;
+}
+
+bool Platform::takesStream(const HttpRequest& request) {
+    try {
+        return FileServices::knows(readPath(request.path).path);
+    } catch (const std::exception&) {
+        return false;  // answer() tells what is wrong with the path
+    }
 }
 
 HttpReply Platform::answer(const HttpRequest& request) {
@@ -95,34 +107,65 @@ HttpReply Platform::answer(const HttpRequest& request) {
     const Service service = findService(target.path);
     m_statistics.countRequest(service != nullptr ? target.path : "(unknown)");
     if (service == nullptr) {
-        return textReply(404, "no such service; there are echo, mirror, server/address/query and stats");
+        return textReply(404, "no such service; --help names all");
     }
     return (this->*service)(request, target);
 }
 
 HttpReply Platform::echo(const HttpRequest& request, const Target& target) {
-    return serve(request, target.rule, [&](const ServiceRequest& service, const Misbehaviour&) {
-        return describe(request, target.path, service);
-    });
+    return serve(
+        target.rule, [&] { return m_format.decode(request); },
+        [&](const ServiceRequest& service, const Misbehaviour&, HttpReply&) {
+            return describe(request, target.path, service);
+        });
 }
 
 HttpReply Platform::addresses(const HttpRequest& request, const Target& target) {
-    return serve(request, target.rule, [&](const ServiceRequest& service, const Misbehaviour& rule) {
-        if (!service.params.HasMember("domainName") || !service.params["domainName"].IsString()) {
-            throw WireError(kWireBadRequest, "an address query has a text domainName");
-        }
-        return addressList(request.serverHost, request.serverPort, rule);
-    });
+    return serve(
+        target.rule, [&] { return m_format.decode(request); },
+        [&](const ServiceRequest& service, const Misbehaviour& rule, HttpReply&) {
+            if (!service.params.HasMember("domainName") || !service.params["domainName"].IsString()) {
+                throw WireError(kWireBadRequest, "an address query has a text domainName");
+            }
+            return addressList(request.serverHost, request.serverPort, rule);
+        });
 }
 
-HttpReply Platform::serve(const HttpRequest& request, const Misbehaviour& ruleOfPath,
-                          const Content& content) {
+HttpReply Platform::files(const HttpRequest& request, const Target& target) {
+    std::optional<FileRequest> arrived;
+    return serve(
+        target.rule,
+        [&] {
+            arrived.emplace(request);
+            return decodeFields(request, *arrived);
+        },
+        [&](const ServiceRequest& service, const Misbehaviour& rule, HttpReply& answer) {
+            return m_files.answer(target.path, request, service.params, *arrived, rule, answer);
+        });
+}
+
+// A service of files may also be asked by hand, with the parameters as plain fields and without a header.
+ServiceRequest Platform::decodeFields(const HttpRequest& request, const FileRequest& arrived) const {
+    if (arrived.fields().count("params") != 0) {
+        return m_format.decode(request, arrived.fields());
+    }
+    ServiceRequest plain;
+    plain.cipher = plainCipher();
+    plain.params.SetObject();
+    for (const auto& [name, value] : arrived.fields()) {
+        addText(plain.params, name.c_str(), value);
+    }
+    return plain;
+}
+
+HttpReply Platform::serve(const Misbehaviour& ruleOfPath, const Decode& decode, const Content& content) {
     const Misbehaviour ruleOfAll = ruleOfOption();
     Misbehaviour rule = ruleOfPath.any() ? ruleOfPath : ruleOfAll;
+    HttpReply answer;
     ServiceReply reply;
     std::shared_ptr<const SessionCipher> cipher;
     try {
-        const ServiceRequest service = m_format.decode(request);
+        const ServiceRequest service = decode();
         cipher = service.cipher;
         m_statistics.countServiceRequest(cipher->encrypted());
         if (service.params.HasMember("misbehave")) {
@@ -132,23 +175,30 @@ HttpReply Platform::serve(const HttpRequest& request, const Misbehaviour& ruleOf
         if (!m_otherZone) {
             rule.zone.reset();
         }
-        reply = replyTo(service, rule, content);
+        reply = replyTo(service, rule, content, answer);
     } catch (const WireError& error) {
         reply = {error.code(), error.what(), ""};
     } catch (const RuleError& error) {
         reply = {kWireBadRequest, error.what(), ""};
+    } catch (const HangUp&) {
+        answer.hangUp = true;
     }
     if (rule.any()) {
         m_statistics.countMisbehaviour();
     }
-    wait(rule.delay);
-    HttpReply answer = sendReply(reply, cipher.get());
+    m_stop.wait(rule.delay);
+    if (!answer.hangUp) {
+        m_statistics.countReply(reply.code);
+    }
+    if (!answer.stream) {
+        answer.body = WireFormat::encode(reply, "dev-" + std::to_string(++m_bids), cipher.get());
+    }
     rule.spoil(answer);
     return answer;
 }
 
 ServiceReply Platform::replyTo(const ServiceRequest& service, const Misbehaviour& rule,
-                               const Content& content) const {
+                               const Content& content, HttpReply& answer) const {
     if (rule.zone) {
         return {kWireOtherZone, "another zone answers this", m_otherZone->invitation(*rule.zone)};
     }
@@ -158,7 +208,7 @@ ServiceReply Platform::replyTo(const ServiceRequest& service, const Misbehaviour
     if (rule.data) {
         reply.data = *rule.data;
     } else if (reply.code == 0) {
-        reply.data = content(service, rule);
+        reply.data = content(service, rule, answer);
     }
     return reply;
 }
@@ -179,7 +229,7 @@ HttpReply Platform::mirror(const HttpRequest& request, const Target& target) {
     if (target.rule.any()) {
         m_statistics.countMisbehaviour();
     }
-    wait(target.rule.delay);
+    m_stop.wait(target.rule.delay);
     target.rule.spoil(answer);
     return answer;
 }
@@ -190,26 +240,6 @@ HttpReply Platform::stats(const HttpRequest&, const Target&) {
     return answer;
 }
 
-HttpReply Platform::sendReply(const ServiceReply& reply, const SessionCipher* cipher) {
-    m_statistics.countReply(reply.code);
-    HttpReply answer;
-    answer.body = WireFormat::encode(reply, "dev-" + std::to_string(++m_bids), cipher);
-    return answer;
-}
-
 Misbehaviour Platform::ruleOfOption() { return ++m_serviceRequests % m_every == 0 ? m_rule : Misbehaviour(); }
-
-void Platform::wait(std::chrono::milliseconds delay) {
-    if (delay.count() > 0) {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_stop.wait_for(lock, delay, [this] { return m_stopped; });
-    }
-}
-
-void Platform::stop() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_stopped = true;
-    m_stop.notify_all();
-}
 
 }  // namespace devserver

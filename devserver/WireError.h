@@ -10,6 +10,12 @@ constexpr int kWireBadRequest = 10001;    ///< fields, header or parameters are 
 constexpr int kWireBadSession = 10008;    ///< the session key can't be had, or doesn't fit the content
 constexpr int kWireBadAlgorithm = 10009;  ///< a way of encrypting that the platform doesn't know
 
+// The services of files; this family reaches a client's caller as it is.
+constexpr int kWireNoFile = 15001;         ///< no file has that id
+constexpr int kWireChunksMissing = 15002;  ///< the chunks don't make up the file
+constexpr int kWireOtherDigest = 15003;    ///< what arrived isn't what was announced
+constexpr int kWireNoRoom = 15004;         ///< the platform can't store it
+
 /// A request that breaks the wire format: the wire code that the client gets, and why.
 class WireError : public std::runtime_error {
 public:

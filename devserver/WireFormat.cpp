@@ -79,7 +79,10 @@ void checkHeader(const rapidjson::Document& header) {
 }  // namespace
 
 ServiceRequest WireFormat::decode(const HttpRequest& request) const {
-    const std::map<std::string, std::string> fields = formFields(request);
+    return decode(request, formFields(request));
+}
+
+ServiceRequest WireFormat::decode(const HttpRequest& request, const FormFields& fields) const {
     requireFields(fields);
     ServiceRequest decoded;
     decoded.cipher = plainCipher();
@@ -93,8 +96,7 @@ ServiceRequest WireFormat::decode(const HttpRequest& request) const {
     return decoded;
 }
 
-std::shared_ptr<const SessionCipher> WireFormat::cipherOf(
-    const std::map<std::string, std::string>& fields) const {
+std::shared_ptr<const SessionCipher> WireFormat::cipherOf(const FormFields& fields) const {
     if (fields.at("version") != "1") {
         throw WireError(kWireBadRequest, "version is not 1");
     }

@@ -33,13 +33,17 @@ public:
     WireFormat(bool headerRequired, SessionKeys& sessions)
         : m_headerRequired(headerRequired), m_sessions(sessions) {}
 
+    using FormFields = std::map<std::string, std::string>;
+
     /// Throws WireError.
     ServiceRequest decode(const HttpRequest& request) const;
+    /// The same where the fields have been read already.
+    ServiceRequest decode(const HttpRequest& request, const FormFields& fields) const;
     /// The reply envelope. Without a cipher, data stays out: nobody could read it.
     static std::string encode(const ServiceReply& reply, const std::string& bid, const SessionCipher* cipher);
 
 private:
-    std::shared_ptr<const SessionCipher> cipherOf(const std::map<std::string, std::string>& fields) const;
+    std::shared_ptr<const SessionCipher> cipherOf(const FormFields& fields) const;
     rapidjson::Document readHeader(const HttpRequest& request, const SessionCipher& cipher) const;
 
     const bool m_headerRequired;

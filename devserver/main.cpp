@@ -96,7 +96,7 @@ int serve(const devserver::Options& options) {
     }
     const devserver::ServerKeys keys(options.keys, options.identity);
     devserver::Platform platform(keys, options.envelope, options.misbehaviour, options.every,
-                                 otherZone(options));
+                                 otherZone(options), options.files);
     const Servers servers(platform, options);
     if (options.stopOnEof) {
         stopWhenInputEnds();
