@@ -3,8 +3,11 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <exception>
+#include <mutex>
+#include <string_view>
 
 #include "platform/InetAddress.h"
 #include "vloxlib/dnscache/DNSCache.h"
@@ -25,12 +28,47 @@ constexpr long kNoLimit = 0;
 constexpr int kUsualReply = 128;
 
 // The system's own fields are all of these characters, and libcurl is slow in finding that out.
-bool needsNoEscape(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
-           c == '_' || c == '.' || c == '~';
-}
+constexpr std::array<bool, 256> kNeedsNoEscape = [] {
+    std::array<bool, 256> table{};
+    for (const char c :
+         std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.~")) {
+        table[static_cast<unsigned char>(c)] = true;
+    }
+    return table;
+}();
+
+bool needsNoEscape(char c) { return kNeedsNoEscape[static_cast<unsigned char>(c)]; }
 
 long limitOr(int seconds, long otherwise) { return seconds > 0 ? seconds : otherwise; }
+
+// Takes URLs apart and keeps the last one: a module sends to the same service over and over.
+class Targets {
+public:
+    static Targets& instance() {
+        static auto* const targets = new Targets;  // requests may still run at the process's end
+        return *targets;
+    }
+    HOSTPORT of(const std::string& url) {
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            if (!url.empty() && url == m_url) {
+                return m_target;
+            }
+        }
+        HOSTPORT target = Tools::getHOSTPORT(url);
+        if (!target.host.empty()) {  // what is no URL is told each time
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_url = url;
+            m_target = target;
+        }
+        return target;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::string m_url;
+    HOSTPORT m_target;
+};
 
 // Ends a transfer: takes back what was lent to libcurl for its length, so that a handle that is used again,
 // or shared with a copy, never points at what is gone.
@@ -128,7 +166,7 @@ int HttpClient::performSync(std::shared_ptr<QosParams> qos, long* httpCode) {
 
 void HttpClient::chooseAddress() {
     m_resolveIp.clear();
-    const HOSTPORT target = Tools::getHOSTPORT(m_url);
+    const HOSTPORT target = Targets::instance().of(m_url);
     if (platform::isInetAddress(target.host)) {
         return;
     }
@@ -239,13 +277,12 @@ std::string HttpClient::joinedParams() const {
 // Without fields the "?" goes again, also one that the caller wrote.
 std::string HttpClient::urlWithParams() const {
     std::string url = m_url;
-    if (url.empty() || url.back() != '?') {
-        url += '?';
-    }
+    const bool marked = !url.empty() && url.back() == '?';
     if (m_param.empty()) {
-        url.pop_back();
+        url.resize(url.size() - (marked ? 1 : 0));
+        return url;
     }
-    return url + joinedParams();
+    return url + (marked ? "" : "?") + joinedParams();
 }
 
 int HttpClient::performInMemory(long* httpCode) {

@@ -3,6 +3,7 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 #include "vloxlib/ConfigManager.h"
@@ -40,6 +41,13 @@ void initialLibcurl() {
                  static_cast<int>(info->version_num));
     });
 }
+
+// What a usual request or reply needs without asking for memory: the default pool begins with 64 KiB of it.
+struct ScratchDocument {
+    alignas(std::max_align_t) char memory[2048];
+    rapidjson::MemoryPoolAllocator<> pool{memory, sizeof memory};
+    rapidjson::Document json{&pool};
+};
 
 void addText(JsonValue& object, const char* name, const std::string& text, rapidjson::Document& document) {
     JsonValue value(text.data(), static_cast<rapidjson::SizeType>(text.size()), document.GetAllocator());
@@ -138,17 +146,26 @@ std::string HttpHelper::doSyncHttpRequest(HTTPMethod method, HTTPBusinessType bu
 std::string HttpHelper::doSyncHttpRequest(HTTPMethod method, HTTPBusinessType businessType,
                                           const std::string& url, const HeadParams& headParams,
                                           const std::string& paramsJsonStr, int timeout) {
-    rapidjson::Document params;
+    ScratchDocument scratch;
+    rapidjson::Document& params = scratch.json;
     if (!RapidJsonUtils::parse(paramsJsonStr, params)) {
         VLOX_LOG(3, "json parse error. paramsJsonStr=%s", paramsJsonStr.c_str());
         return "";
     }
-    return doSyncHttpRequest(method, businessType, url, params, headParams, timeout);
+    return requestWithToken(method, businessType, url, headParams, timeout, params, params);
 }
 
 std::string HttpHelper::doSyncHttpRequest(HTTPMethod method, HTTPBusinessType businessType,
                                           const std::string& url, const JsonValue& params,
                                           const HeadParams& headParams, int timeout) {
+    ScratchDocument scratch;
+    JsonValue copy(params, scratch.pool);
+    return requestWithToken(method, businessType, url, headParams, timeout, copy, scratch.json);
+}
+
+std::string HttpHelper::requestWithToken(HTTPMethod method, HTTPBusinessType businessType,
+                                         const std::string& url, const HeadParams& headParams, int timeout,
+                                         JsonValue& params, rapidjson::Document& document) {
     if (url.empty()) {
         VLOX_LOG(3, "url is empty");
         return "";
@@ -161,11 +178,9 @@ std::string HttpHelper::doSyncHttpRequest(HTTPMethod method, HTTPBusinessType bu
         VLOX_LOG(3, "params is no json object");
         return "";
     }
-    rapidjson::Document document;
-    JsonValue signedParams(params, document.GetAllocator());
-    addText(signedParams, PARA_TOKEN, getToken(), document);
+    addText(params, PARA_TOKEN, getToken(), document);
     JsonValue result;
-    const Request request{method, timeout, signedParams, result, document};
+    const Request request{method, timeout, params, result, document};
     std::string base = url;
     int ret = requestOwnZone(request, head);
     if ((ret == kNotResolved || ret == kTimedOut) && replaceServerAddress(businessType, head)) {
@@ -357,7 +372,9 @@ void HttpHelper::addCustomHeader(HttpClient& client, const std::shared_ptr<Encry
     if (m_configManager->getConfig(CONFIG_REQUEST_ENVELOPE_MODE, 0) != 1) {
         return;
     }
-    rapidjson::Document sender(rapidjson::kObjectType);
+    ScratchDocument scratch;
+    rapidjson::Document& sender = scratch.json;
+    sender.SetObject();
     const int deviceType = Context::getInstance()->getContext(CONTEXT_DEVICE_TYPE, 0);
     sender.AddMember(rapidjson::StringRef(PARA_DEVICE_TYPE), deviceType, sender.GetAllocator());
     addText(sender, PARA_VLOXID, m_userInfo.getVloxID(), sender);
@@ -381,7 +398,8 @@ int HttpHelper::handleHttpBody(const char* methodName, int curlRet, const std::s
         VLOX_LOG(3, "curl error. methodName=%s,curlReturnCode=%d", methodName, curlRet);
         return getHttpRequestResult(curlRet, body, result, document);
     }
-    rapidjson::Document envelope;
+    ScratchDocument scratch;
+    rapidjson::Document& envelope = scratch.json;
     if (!RapidJsonUtils::parse(body, envelope)) {
         VLOX_LOG(3, "http body json parse error. methodName=%s, body=%s", methodName, body.c_str());
         return getHttpRequestResult(kNoJson, body, result, document);

@@ -143,6 +143,10 @@ private:
     struct Request;
     int httpRequestEncryptData(const Request& request, const std::string& url,
                                const std::shared_ptr<EncryptBridge>& bridge, int asymType);
+    // Adds the token to the parameters, which live in the document.
+    std::string requestWithToken(HTTPMethod method, HTTPBusinessType businessType, const std::string& url,
+                                 const HeadParams& headParams, int timeout, JsonValue& params,
+                                 rapidjson::Document& document);
     int requestOwnZone(const Request& request, const std::string& url);
     void requestOtherZone(const Request& request, const std::string& base);
     std::shared_ptr<EncryptBridge> bridgeToOtherZone(const JsonValue& result, ServerInfo& serverInfo) const;

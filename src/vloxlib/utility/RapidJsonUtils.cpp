@@ -14,6 +14,9 @@ namespace {
 constexpr int kDeepestNesting = 1000;
 
 bool isNestedTooDeep(const std::string& text) {
+    if (text.size() <= std::size_t{kDeepestNesting}) {
+        return false;  // a level takes a character
+    }
     int depth = 0;
     bool inString = false;
     for (std::size_t place = 0; place < text.size(); ++place) {
