@@ -36,15 +36,15 @@ int DNSCache::init(const std::string& directory) {
 }
 
 std::string DNSCache::getIpByDomain(const std::string& domain) {
-    if (domain.empty() || platform::isInetAddress(domain)) {
-        return domain;
-    }
     {
-        const Poco::Mutex::ScopedLock lock(m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         const auto chosen = m_ipMap.find(domain);
         if (chosen != m_ipMap.end()) {
             return chosen->second;
         }
+    }
+    if (domain.empty() || platform::isInetAddress(domain)) {
+        return domain;
     }
     const auto model = m_queryManager->queryDomain("", domain);
     if (!model) {
@@ -56,7 +56,7 @@ std::string DNSCache::getIpByDomain(const std::string& domain) {
         return "";
     }
     if (!(*best)->ip.empty()) {
-        const Poco::Mutex::ScopedLock lock(m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         m_ipMap[domain] = (*best)->ip;
     }
     return (*best)->ip;
@@ -64,7 +64,7 @@ std::string DNSCache::getIpByDomain(const std::string& domain) {
 
 void DNSCache::notifySuccessIpByDomain(const std::string& domain, const std::string& ip) {
     {
-        const Poco::Mutex::ScopedLock lock(m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         const auto chosen = m_ipMap.find(domain);
         if (chosen != m_ipMap.end()) {
             chosen->second = ip;
@@ -75,7 +75,7 @@ void DNSCache::notifySuccessIpByDomain(const std::string& domain, const std::str
 
 void DNSCache::notifyFailureIpByDomain(const std::string& domain, const std::string& ip, int code) {
     {
-        const Poco::Mutex::ScopedLock lock(m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         m_ipMap.erase(domain);
     }
     m_cacheManager->setDomainFailure(domain, ip, code);

@@ -1,12 +1,11 @@
 #ifndef VLOXLIB_DNSCACHE_DNSCACHE_H
 #define VLOXLIB_DNSCACHE_DNSCACHE_H
 
-#include <Poco/Mutex.h>
-
 #include <vloxlib/Noncopyable.h>
 #include <list>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 
 namespace vloxlib {
@@ -53,7 +52,7 @@ private:
     void checkUpdates(const std::string& domain);
     static bool compareIpModel(const std::shared_ptr<IpModel>& a, const std::shared_ptr<IpModel>& b);
 
-    Poco::Mutex m_mutex;  // guards m_ipMap only
+    std::mutex m_mutex;  // guards m_ipMap only
     const std::shared_ptr<IDnsCache> m_cacheManager;
     const std::shared_ptr<IDns> m_dnsManager;
     const std::shared_ptr<IQuery> m_queryManager;
