@@ -2,13 +2,10 @@
 
 #include <Poco/UnicodeConverter.h>
 
-#include <algorithm>
-#include <array>
-#include <cstdint>
 #include <cstdio>
-#include <random>
 
 #include "platform/ProductName.h"
+#include "platform/RandomGuid.h"
 #include "platform/UserSetting.h"
 
 namespace vloxlib {
@@ -19,16 +16,14 @@ constexpr char kDeviceIdSetting[] = "deviceId";
 constexpr std::size_t kLongestDeviceId = 64;
 constexpr std::size_t kLongestOsName = 31;  // in UTF-16 units
 
-// A random GUID (version 4) in the usual form, upper case.
+// A GUID in the usual form, upper case.
 std::string newDeviceId() {
-    std::random_device source;
-    std::array<std::uint32_t, 4> random{};
-    std::generate(random.begin(), random.end(), [&] { return source(); });
-    const std::uint32_t version = (random[1] & 0x0FFFU) | 0x4000U;
-    const std::uint32_t variant = (random[2] >> 16 & 0x3FFFU) | 0x8000U;
+    const platform::Guid guid = platform::randomGuid();
+    const auto& rest = guid.data4;
     char text[37];
-    std::snprintf(text, sizeof text, "%08X-%04X-%04X-%04X-%04X%08X", random[0], random[1] >> 16, version,
-                  variant, random[2] & 0xFFFFU, random[3]);
+    std::snprintf(text, sizeof text, "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X",
+                  static_cast<unsigned>(guid.data1), guid.data2, guid.data3, rest[0], rest[1], rest[2],
+                  rest[3], rest[4], rest[5], rest[6], rest[7]);
     return text;
 }
 

@@ -20,7 +20,8 @@ namespace vloxlib {
 namespace {
 
 constexpr int kRotatingFiles = 1;
-// Flushing is the worker's own business; the stream only gathers what lies between two flushes.
+// The worker's lock guards the sinks, which are so of spdlog's kind without locks. Flushing is the worker's
+// own business; the stream only gathers what lies between two flushes.
 constexpr std::size_t kFileBuffer = 65536;
 
 spdlog::sink_ptr makeFileSink(const std::string& path, int sinkMode, int maxFiles, int maxFileSize) {
@@ -30,10 +31,10 @@ spdlog::sink_ptr makeFileSink(const std::string& path, int sinkMode, int maxFile
         std::setvbuf(stream, nullptr, _IOFBF, kFileBuffer);
     };
     if (sinkMode == kRotatingFiles) {
-        return std::make_shared<spdlog::sinks::rotating_file_sink_mt>(
+        return std::make_shared<spdlog::sinks::rotating_file_sink_st>(
             file, static_cast<std::size_t>(maxFileSize), static_cast<std::size_t>(maxFiles), false, handlers);
     }
-    return std::make_shared<spdlog::sinks::daily_file_sink_mt>(file, 0, 0, false, std::uint16_t{0}, handlers);
+    return std::make_shared<spdlog::sinks::daily_file_sink_st>(file, 0, 0, false, std::uint16_t{0}, handlers);
 }
 
 }  // namespace

@@ -82,7 +82,6 @@ std::size_t LogQueue::size() {
 }
 
 void LogQueue::release(std::size_t count) {
-    m_next += count;
     bool wake = false;
     {
         std::lock_guard<std::mutex> lock(m_mutex);

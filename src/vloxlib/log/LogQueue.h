@@ -4,6 +4,7 @@
 #include <spdlog/details/log_msg.h>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -73,8 +74,12 @@ public:
     std::size_t waitForRecords(std::chrono::seconds limit);
     /// How many records there are.
     std::size_t size();
-    /// The reader's record, counted from the oldest.
-    const LogRecord& record(std::size_t index) const { return m_records[(m_next + index) % kCapacity]; }
+    /// The reader's next record, and the step to the one behind it. That one may not be there yet.
+    const LogRecord& front() const { return m_records[m_next % kCapacity]; }
+    void advance() { m_next.store(m_next + 1, std::memory_order_release); }
+    /// How many records are ahead of the reader, for the last thread of a process: without the lock, which a
+    /// thread that is gone may have held.
+    std::size_t sizeForLastThread() const { return m_written - m_next; }
     /// Gives the oldest records back to the writers.
     void release(std::size_t count);
     /// The end, in two steps of the reader: from beginClose() on writers wait while what is queued is read,
@@ -93,7 +98,7 @@ private:
     static constexpr std::size_t kCacheLine = 64;
 
     const std::unique_ptr<LogRecord[]> m_records;
-    std::size_t m_next = 0;  // the reader's own copy of m_read, out of the way of what the writers change
+    std::atomic<std::size_t> m_next{0};  // the reader's own, out of the way of what the writers change
 
     alignas(kCacheLine) std::mutex m_mutex;
     std::condition_variable m_readable;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/Fork.h"
+#include "platform/ProcessEnd.h"
 
 namespace vloxlib {
 
@@ -35,6 +36,25 @@ private:
     LogWorker& m_worker;
 };
 
+// The right to use the sinks. A fork so finds whole lines only. The last thread needs no lock, and one that
+// is gone may have held it.
+class LogWorker::Writing {
+public:
+    explicit Writing(std::mutex& mutex)
+        : m_lock(mutex, std::defer_lock), m_mightFlush(std::exchange(s_mayFlush, true)) {
+        if (!platform::isLastThread()) {
+            m_lock.lock();
+        }
+    }
+    ~Writing() { s_mayFlush = m_mightFlush; }
+    Writing(const Writing&) = delete;
+    Writing& operator=(const Writing&) = delete;
+
+private:
+    std::unique_lock<std::mutex> m_lock;
+    const bool m_mightFlush;
+};
+
 LogWorker& LogWorker::instance() {
     static LogWorker& worker = *new LogWorker;
     static const ExitHook hook(worker);
@@ -57,9 +77,35 @@ LogWorker::LogWorker() {
 
 void LogWorker::end(State state) {
     State running = State::Running;
-    if (m_state.compare_exchange_strong(running, state)) {
-        m_queue.write([](LogRecord& record) { record.set(LogRecord::Kind::Terminate, nullptr); });
+    if (m_state.compare_exchange_strong(running, state) &&
+        post([](LogRecord& record) { record.set(LogRecord::Kind::Terminate, nullptr); })) {
         m_thread.join();
+    }
+}
+
+// @return false when the caller has to see to it itself.
+template <typename Fill>
+bool LogWorker::post(Fill fill) {
+    if (platform::isLastThread()) {
+        takeOver();
+        return false;
+    }
+    return m_queue.write(fill);
+}
+
+// The worker's thread is gone, wherever it was, and so are all that may have been writing into the queue.
+void LogWorker::takeOver() {
+    if (std::exchange(m_takenOver, true)) {
+        return;
+    }
+    State running = State::Running;
+    m_state.compare_exchange_strong(running, State::CallersWrite);
+    const Writing writing(m_writing);
+    for (std::size_t left = m_queue.sizeForLastThread(); left > 0; --left) {
+        handleNext();
+    }
+    if (m_lastWritten != nullptr) {
+        m_lastWritten->flushSinks();
     }
 }
 
@@ -97,8 +143,9 @@ void LogWorker::checkNotClosed(const char* complaint) const {
 
 void LogWorker::postLine(WorkerLogger& logger, const spdlog::details::log_msg& line) {
     std::unique_ptr<char[]> longTexts = LogRecord::memoryForTexts(line);
-    if (!m_queue.write([&](LogRecord& record) { record.setLine(&logger, line, std::move(longTexts)); })) {
+    if (!post([&](LogRecord& record) { record.setLine(&logger, line, std::move(longTexts)); })) {
         checkNotClosed("async log: thread pool doesn't exist anymore");
+        const Writing writing(m_writing);
         logger.writeLine(line);
         logger.flushSinks();
     }
@@ -107,18 +154,18 @@ void LogWorker::postLine(WorkerLogger& logger, const spdlog::details::log_msg& l
 void LogWorker::postFlush(WorkerLogger& logger) {
     if (s_mayFlush) {
         logger.flushSinks();
-    } else if (!m_queue.write([&](LogRecord& record) { record.set(LogRecord::Kind::Flush, &logger); })) {
+    } else if (!post([&](LogRecord& record) { record.set(LogRecord::Kind::Flush, &logger); })) {
         checkNotClosed("async flush: thread pool doesn't exist anymore");
+        const Writing writing(m_writing);
         logger.flushSinks();
     }
 }
 
 void LogWorker::postRetire(WorkerLogger& logger) {
-    m_queue.write([&](LogRecord& record) { record.set(LogRecord::Kind::Retire, &logger); });
+    post([&](LogRecord& record) { record.set(LogRecord::Kind::Retire, &logger); });
 }
 
 void LogWorker::run() {
-    s_mayFlush = true;
     std::chrono::seconds currentWait = kShortWait;
     bool running = true;
     while (running) {
@@ -128,7 +175,7 @@ void LogWorker::run() {
             currentWait = kShortWait;
         } else {
             if (currentWait <= kShortWait) {
-                std::lock_guard<std::mutex> writing(m_writing);
+                const Writing writing(m_writing);
                 flushAll();
             }
             currentWait = kLongWait;
@@ -137,7 +184,7 @@ void LogWorker::run() {
     m_queue.beginClose();
     workInSteps(m_queue.size());
     {
-        std::lock_guard<std::mutex> writing(m_writing);
+        const Writing writing(m_writing);
         flushAll();
     }
     m_queue.close();
@@ -153,11 +200,11 @@ bool LogWorker::workInSteps(std::size_t count) {
 
 // The tenth lines within one step are flushed in one go, behind the last of them.
 bool LogWorker::work(std::size_t count) {
-    std::lock_guard<std::mutex> writing(m_writing);
+    const Writing writing(m_writing);
     const std::size_t flushAfter = count - std::min(count, (m_sinceFlush + count) % kFlushBatch);
     bool running = true;
     for (std::size_t i = 0; i < count; ++i) {
-        running = handle(m_queue.record(i)) && running;
+        running = handleNext() && running;
         if (i + 1 == flushAfter && m_sinceFlush >= kFlushBatch) {
             flushAll();
         }
@@ -166,10 +213,17 @@ bool LogWorker::work(std::size_t count) {
     return running;
 }
 
+bool LogWorker::handleNext() {
+    const bool running = handle(m_queue.front());
+    m_queue.advance();
+    return running;
+}
+
 bool LogWorker::handle(const LogRecord& record) {
     switch (record.kind()) {
         case LogRecord::Kind::Log:
             record.logger()->writeLine(record.line());
+            m_lastWritten = record.logger();
             ++m_sinceFlush;
             break;
         case LogRecord::Kind::Flush:

@@ -18,8 +18,9 @@ namespace vloxlib {
 /// A burst is flushed every ten lines, and two seconds after the last line everything is; an idle worker
 /// wakes every ten minutes only. Life: one per process, never destroyed, because threads without an end may
 /// log while the process goes down. It runs from the first use to close(), or to the end of the process. Then
-/// what is queued is written, and each later line is written by its caller. Threads: all operations from any
-/// thread.
+/// what is queued is written, and each later line is written by its caller. Where the system ends the
+/// worker's thread ahead of that, the last thread left writes what is queued; the line that the worker was at
+/// may then be there twice. Threads: all operations from any thread.
 class LogWorker {
 public:
     /// @brief The worker; the first call starts its thread.
@@ -37,10 +38,14 @@ public:
 
 private:
     class ExitHook;
+    class Writing;
     enum class State { Running, Closed, CallersWrite };
 
     LogWorker();
     void end(State state);
+    template <typename Fill>
+    bool post(Fill fill);
+    void takeOver();
     void checkNotClosed(const char* complaint) const;
     void beforeFork();
     void afterForkInParent();
@@ -48,13 +53,16 @@ private:
     void run();
     bool workInSteps(std::size_t count);
     bool work(std::size_t count);
+    bool handleNext();
     bool handle(const LogRecord& record);
     void flushAll();
 
     LogQueue m_queue;
     std::atomic<State> m_state{State::Running};
-    std::mutex m_writing;          // held while records are written, so that a fork finds whole lines only
-    std::size_t m_sinceFlush = 0;  // guarded by m_writing
+    std::mutex m_writing;                   // held by who uses the sinks, which have no locks of their own
+    std::size_t m_sinceFlush = 0;           // guarded by m_writing
+    WorkerLogger* m_lastWritten = nullptr;  // guarded by m_writing
+    bool m_takenOver = false;               // the last thread's
     std::thread m_thread;
 };
 
@@ -65,7 +73,8 @@ class WorkerLogger : public spdlog::logger {
 public:
     WorkerLogger(std::string name, std::vector<spdlog::sink_ptr> sinks);
 
-    // The other end, for who writes: the worker, or at the end of the process the caller itself.
+    // The other end, for who writes: the worker, or at the end of the process the caller itself. The sinks
+    // aren't locked.
     void writeLine(const spdlog::details::log_msg& line) { spdlog::logger::sink_it_(line); }
     void flushSinks() { spdlog::logger::flush_(); }
     void dropSinks() { sinks().clear(); }

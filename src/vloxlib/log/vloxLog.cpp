@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/ProcessEnd.h"
 #include "vloxlib/log/GenericLogger.h"
 #include "vloxlib/log/LogWorker.h"
 
@@ -69,7 +70,10 @@ void close_logger() {
     s_lineLogger = nullptr;
     loggers().push_back(nullptr);
     LogWorker::close();
-    spdlog::details::registry::instance().shutdown();
+    // A thread that is gone may have held the registry's locks.
+    if (!vloxlib::platform::isLastThread()) {
+        spdlog::details::registry::instance().shutdown();
+    }
     if (current->logger() != nullptr) {
         current->logger()->dropSinks();
     }

@@ -1,0 +1,7 @@
+#include "platform/ProcessEnd.h"
+
+namespace vloxlib::platform {
+
+bool isLastThread() { return false; }
+
+}  // namespace vloxlib::platform
