@@ -80,6 +80,8 @@ start_platform() {
     platform_pid=$!
     platform_input=${platform[1]} platform_output=${platform[0]}
     read -r line <&"$platform_output" || exit 2
+    # By name, as customers do: so the resolver and its cache have their part.
+    line=$(jq -c '(.url |= sub("//127.0.0.1:"; "//localhost:")) | .host = "localhost"' <<<"$line")
     echo "$line" >"$directory/platform.json"
     jq -r '"platform at \(.url), process \(.pid)"' <<<"$line"
 }
