@@ -15,6 +15,7 @@
 #include "vloxlib/http/HttpHeaderLine.h"
 #include "vloxlib/http/HttpRequestShare.h"
 #include "vloxlib/http/HttpResult.h"
+#include "vloxlib/http/TlsSettings.h"
 #include "vloxlib/http/TransferData.h"
 #include "vloxlib/log/vloxLog.h"
 #include "vloxlib/network/NetworkMonitor.h"
@@ -90,6 +91,7 @@ public:
         curl_easy_setopt(m_curl, CURLOPT_POSTFIELDS, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_CUSTOMREQUEST, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_HTTPGET, 1L);
+        curl_easy_setopt(m_curl, CURLOPT_SSL_CTX_DATA, nullptr);
     }
 
 private:
@@ -101,7 +103,10 @@ private:
 HttpClient::HttpClient() = default;
 HttpClient::HttpClient(const HttpClient&) = default;
 HttpClient& HttpClient::operator=(const HttpClient&) = default;
-HttpClient::~HttpClient() = default;
+HttpClient::~HttpClient() {
+    cleanse(m_keyPassword);
+    cleanse(m_clientCertContent);
+}
 
 int HttpClient::create(HTTPMethod method, const std::string& url) {
     m_httpMode = method;
@@ -189,10 +194,15 @@ void HttpClient::reportFailure(int ret) const {
 }
 
 int HttpClient::syncCommonParams(std::shared_ptr<QosParams> qos) {
-    if (!m_curl) {
+    initialSSLLibrary();
+    TlsSettings tls = tlsSettings();
+    // A handle keeps connections and sessions that were verified by its settings: other settings get another.
+    if (!m_curl || !(*m_tlsSettings == tls)) {
         m_curl.reset(curl_easy_init(), &curl_easy_cleanup);
+        m_tlsSettings = std::make_shared<const TlsSettings>(std::move(tls));
         HttpRequestShare::instance();
         HttpRequestShare::setShareHandle(m_curl.get());
+        initialSSLProperty(m_curl.get());
     }
     CURL* const curl = m_curl.get();
     curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
@@ -312,6 +322,7 @@ long HttpClient::transfer(long* httpCode) {
     const LentToCurl lent(curl);
     curl_easy_setopt(curl, CURLOPT_RESOLVE, resolve.get());
     curl_easy_setopt(curl, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(curl, CURLOPT_SSL_CTX_DATA, m_tlsSettings.get());
     curl_easy_setopt(curl, CURLOPT_HTTPHEADER, m_headerList.get());
     m_curlCode = curl_easy_perform(curl);
     long status = 0;

@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -16,6 +17,9 @@ struct curl_mime;
 struct curl_slist;
 
 namespace vloxlib {
+
+class TrustedCertificates;
+struct TlsSettings;
 
 /// @brief One synchronous HTTP exchange.
 ///
@@ -98,13 +102,21 @@ public:
     /// What GET and POST do when a download has been set, once the rest of the request is prepared.
     int httpPerformDownload(long* httpCode);
 
+    /// @name How far the server is trusted, and who the client is
+    /// Texts are PEM, paths are UTF-8, files are read anew for each exchange. What is malformed or doesn't
+    /// fit is logged; the exchange then goes on without it and fails in the handshake where it was needed.
+    /// @{
     void setSecurityPolicy(SecurityPolicy policy) { m_securityPolicy = policy; }
+    /// A file of certificate authorities to be trusted beside the built-in ones and those of setCAContent().
     void setCAPath(const std::string& path) { m_caPath = path; }
     void setCAContent(const std::string& pem) { m_caContent = pem; }
+    /// The client's certificate and behind it its private key; read only without setClientCertContent().
     void setClientCertPath(const std::string& path) { m_clientCertPath = path; }
     void setClientCertContent(const std::string& pem) { m_clientCertContent = pem; }
     void setKeyPassword(const std::string& password) { m_keyPassword = password; }
+    /// false leaves the host name in the server's certificate unchecked. @param verify true from the start
     void setVerifyHost(bool verify) { m_verifyHost = verify; }
+    /// @}
 
     /// The reply's body up to its first NUL; empty after a failure.
     std::string& getResultData() { return m_resultData; }
@@ -141,6 +153,10 @@ private:
     static std::size_t httpRecvDataCallback(char* buffer, std::size_t size, std::size_t count, void* data);
 
     int create(HTTPMethod method, const std::string& url);
+    void initialSSLLibrary() const;
+    void initialSSLProperty(void* curl) const;
+    TlsSettings tlsSettings() const;
+    TrustedCertificates combineCACertification() const;
     void chooseAddress();
     void reportFailure(int ret) const;
     std::string joinedParams() const;
@@ -161,7 +177,10 @@ private:
     bool cancelled() const { return m_fileParam && m_fileParam->m_cancel; }
     bool acceptedStatus(long httpCode) const;
 
+    static std::mutex m_sslInitmutex;
+
     std::shared_ptr<void> m_curl;
+    std::shared_ptr<const TlsSettings> m_tlsSettings;  // those that m_curl has been given
     std::shared_ptr<curl_slist> m_headerList;
     SecurityPolicy m_securityPolicy = SECURITY_POLICY_PLAIN;
     std::string m_actionId;

@@ -14,9 +14,12 @@
 #include "vloxlib/dnscachehelper/DnsCacheHelper.h"
 #include "vloxlib/encrypt/Base64.h"
 #include "vloxlib/encrypt/EncryptBridge.h"
+#include "vloxlib/encrypt/MD5.h"
 #include "vloxlib/http/HttpClient.h"
+#include "vloxlib/http/RootCertificates.h"
 #include "vloxlib/http/ServerAddrManager.h"
 #include "vloxlib/log/vloxLog.h"
+#include "vloxlib/utility/FileUtil.h"
 
 namespace vloxlib {
 
@@ -26,6 +29,8 @@ constexpr int kDefaultTimeout = 15;
 constexpr int kLongestConnect = 10;
 constexpr int kNoJson = -112;
 constexpr int kNoCode = -116;
+constexpr int kNoDirectory = -110;
+constexpr int kNotWritten = -105;
 constexpr int kOtherZone = 10016;
 constexpr int kOtherZoneNative = -829;
 constexpr int kNoZone = -104;
@@ -340,6 +345,37 @@ void HttpHelper::secure(HttpClient& client, const std::string& url) const {
     client.setClientCertContent(getClientCertificateContent());
     client.setKeyPassword(getKeyPassword());
     client.setVerifyHost(getVerifyHost());
+}
+
+// Writes the built-in roots into the data directory, for those who want them as a file, unless they stand
+// there.
+int HttpHelper::loadCaCertificateContent() {
+    const std::string content = builtInRootCertificates();
+    const std::string caDir =
+        Context::getInstance()->getContext(CONTEXT_DATA_DIR, std::string("./")) + "/certificate";
+    if (FileUtil::isExist(caDir) != 0) {
+        VLOX_LOG(2, "caDir is not exist");
+        const int result = FileUtil::createDir(caDir);
+        if (result != 0) {
+            VLOX_LOG(4, "create caDir failed. result=%d", result);
+            return kNoDirectory;
+        }
+    }
+    const std::string caPath = caDir + "/cacert.pem";
+    const std::string oldMd5 = FileUtil::isExist(caPath) == 0 ? MD5::md5File(caPath) : "";
+    if (oldMd5 == MD5::md5(content)) {
+        m_configManager->setConfig(CONFIG_CA_FILE_PATH, caPath);
+        VLOX_LOG(2, "caMd5 match success, no need update");
+        return 0;
+    }
+    const int result = FileUtil::writeFileContent(caPath, content);
+    if (result != 0) {
+        VLOX_LOG(4, "write CA content failed. result=%d", result);
+        return kNotWritten;
+    }
+    m_configManager->setConfig(CONFIG_CA_FILE_PATH, caPath);
+    VLOX_LOG(2, "ca update success. path=%s", caPath.c_str());
+    return 0;
 }
 
 int HttpHelper::creatHttpRequest(HTTPMethod method, HttpClient& client, const std::string& url) {

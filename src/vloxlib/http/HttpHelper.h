@@ -152,6 +152,7 @@ private:
     std::shared_ptr<EncryptBridge> bridgeToOtherZone(const JsonValue& result, ServerInfo& serverInfo) const;
     std::string generateCrossDomainUrl(std::string url, const ServerInfo& serverInfo) const;
     void secure(HttpClient& client, const std::string& url) const;
+    int loadCaCertificateContent();
     void addFields(HttpClient& client, EncryptBridge& bridge, int asymType,
                    const std::string& encryptedParams) const;
     void addCustomHeader(HttpClient& client, const std::shared_ptr<EncryptBridge>& bridge) const;
