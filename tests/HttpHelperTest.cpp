@@ -18,6 +18,17 @@
 #include "vloxlib/Context.h"
 #include "vloxlib/encrypt/Base64.h"
 #include "vloxlib/encrypt/EncryptBridge.h"
+#include "vloxlib/http/RootCertificates.h"
+#include "vloxlib/utility/FileUtil.h"
+
+// Nothing in the library calls it yet, so it is reached the way that the language leaves open: where a
+// template is instantiated by name, private members may be named.
+int loadCaCertificateContent(vloxlib::HttpHelper& helper);
+template <int (vloxlib::HttpHelper::*operation)()>
+struct PrivateOperation {
+    friend int loadCaCertificateContent(vloxlib::HttpHelper& helper) { return (helper.*operation)(); }
+};
+template struct PrivateOperation<&vloxlib::HttpHelper::loadCaCertificateContent>;
 
 using namespace vloxlib;
 using testing::HasSubstr;
@@ -273,6 +284,35 @@ TEST_F(HttpHelperTest, BuildsServiceUrls) {
     config->setConfig(CONFIG_WEB_REQUEST_MODE, 2);
     EXPECT_EQ("https://as.example:8080/echo", helper->getCommonHttpBusinessTypeFullUrl("echo"));
     EXPECT_EQ(SECURITY_POLICY_SERVER_CA, helper->getWebRequestMode());
+}
+
+TEST_F(HttpHelperTest, WritesTheRootCertificatesWhereTheyAreNotYet) {
+    const std::string path = dataDir.path() + "/certificate/cacert.pem";
+    const auto load = [&](int expected, const char* logged) {
+        const LogCapture log;
+        config->setConfig(CONFIG_CA_FILE_PATH, std::string());
+        EXPECT_EQ(expected, loadCaCertificateContent(*helper));
+        EXPECT_EQ(1, log.count(logged));
+        EXPECT_EQ(expected == 0 ? path : "", config->getConfig(CONFIG_CA_FILE_PATH, std::string()));
+    };
+    const auto content = [&] {
+        std::string read;
+        FileUtil::readFileContent(path, read);
+        return read;
+    };
+    load(0, "ca update success. path=");
+    EXPECT_EQ(builtInRootCertificates(), content());
+    load(0, "caMd5 match success, no need update");
+    FileUtil::writeFileContent(path, "an older bundle");
+    load(0, "ca update success. path=");
+    EXPECT_EQ(builtInRootCertificates(), content());
+    FileUtil::remove(path);
+    FileUtil::createDir(path);  // in the file's place
+    load(-105, "write CA content failed. result=-1");
+    FileUtil::remove(dataDir.path() + "/certificate");
+    load(0, "caDir is not exist");
+    Context::getInstance()->setContext(CONTEXT_DATA_DIR, dataDir.path() + "/nowhere");
+    load(-110, "create caDir failed. result=-1");
 }
 
 TEST_F(HttpHelperTest, ReadsResultTexts) {

@@ -12,6 +12,7 @@ namespace vlox_test {
 class DataDir {
 public:
     DataDir() { vloxlib::Context::getInstance()->setContext(vloxlib::CONTEXT_DATA_DIR, m_dir.path()); }
+    std::string path() const { return m_dir.path(); }
 
 private:
     TempDir m_dir;
