@@ -7,18 +7,17 @@ namespace {
 
 using Allocator = rapidjson::Document::AllocatorType;
 
-// This server has one port and speaks no TLS; a client that wants TLS finds out there.
-rapidjson::Document server(const std::string& host, unsigned short port, Allocator& allocator) {
+rapidjson::Document server(const std::string& host, Ports ports, Allocator& allocator) {
     rapidjson::Document entry(rapidjson::kObjectType, &allocator);
     addText(entry, "serverAddr", host);
-    addNumber(entry, "port", port);
-    addNumber(entry, "httpsPort", port);
+    addNumber(entry, "port", ports.plain);
+    addNumber(entry, "httpsPort", ports.tls);
     return entry;
 }
 
 }  // namespace
 
-std::string addressList(const std::string& host, unsigned short port, const Misbehaviour& rule) {
+std::string addressList(const std::string& host, Ports ports, const Misbehaviour& rule) {
     rapidjson::Document kinds(rapidjson::kArrayType);
     Allocator& allocator = kinds.GetAllocator();
     const auto addKind = [&](const std::string& type, const std::string& firstHost) {
@@ -28,7 +27,7 @@ std::string addressList(const std::string& host, unsigned short port, const Misb
             rapidjson::Value list(rapidjson::kArrayType);
             for (int i = 0; i < rule.servers.value_or(1); ++i) {
                 const std::string name = i == 0 ? firstHost : "standby" + std::to_string(i) + ".invalid";
-                list.PushBack(server(name, port, allocator), allocator);
+                list.PushBack(server(name, ports, allocator), allocator);
             }
             kind.AddMember("serverList", list, allocator);
         }

@@ -14,6 +14,12 @@ namespace devserver {
 
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
+/// Where the server answers; without TLS both are the same.
+struct Ports {
+    unsigned short plain = 0;
+    unsigned short tls = 0;
+};
+
 /// A request as it arrived, before anything is made of it.
 struct HttpRequest {
     std::string method;
@@ -23,7 +29,8 @@ struct HttpRequest {
     std::string body;
     std::istream* stream = nullptr;  ///< instead of the body, for services of files; null: there is none
     std::string serverHost;          ///< the address that it came to, of those the server has
-    unsigned short serverPort = 0;
+    Ports serverPorts;
+    bool overTls = false;
 };
 
 /// A body that is made while it goes out.

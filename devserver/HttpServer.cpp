@@ -1,13 +1,16 @@
 #include "HttpServer.h"
 
 #include <Poco/Exception.h>
+#include <Poco/Net/Context.h>
 #include <Poco/Net/HTTPRequestHandler.h>
 #include <Poco/Net/HTTPRequestHandlerFactory.h>
 #include <Poco/Net/HTTPServerParams.h>
 #include <Poco/Net/HTTPServerRequest.h>
 #include <Poco/Net/HTTPServerRequestImpl.h>
 #include <Poco/Net/HTTPServerResponse.h>
+#include <Poco/Net/SecureServerSocket.h>
 #include <Poco/Net/SocketAddress.h>
+#include <openssl/ssl.h>
 
 #include <algorithm>
 #include <iterator>
@@ -93,7 +96,7 @@ void send(const HttpReply& reply, net::HTTPServerRequest& request, net::HTTPServ
 
 class Handler : public net::HTTPRequestHandler {
 public:
-    explicit Handler(Platform& platform) : m_platform(platform) {}
+    Handler(Platform& platform, Ports ports) : m_platform(platform), m_ports(ports) {}
 
     void handleRequest(net::HTTPServerRequest& request, net::HTTPServerResponse& response) override {
         if (request.getExpectContinue()) {
@@ -107,7 +110,8 @@ public:
         read.query = uri.substr(std::min(question + 1, uri.size()));
         std::copy(request.begin(), request.end(), std::back_inserter(read.headers));
         read.serverHost = request.serverAddress().host().toString();
-        read.serverPort = request.serverAddress().port();
+        read.serverPorts = m_ports;
+        read.overTls = request.secure();
         if (announcesBody(request) && Platform::takesStream(read)) {
             read.stream = &request.stream();
         } else if (announcesBody(request) && !readBody(request.stream(), read.body)) {
@@ -126,17 +130,19 @@ public:
 
 private:
     Platform& m_platform;
+    const Ports m_ports;
 };
 
 class Factory : public net::HTTPRequestHandlerFactory {
 public:
-    explicit Factory(Platform& platform) : m_platform(platform) {}
+    Factory(Platform& platform, Ports ports) : m_platform(platform), m_ports(ports) {}
     net::HTTPRequestHandler* createRequestHandler(const net::HTTPServerRequest&) override {
-        return new Handler(m_platform);
+        return new Handler(m_platform, m_ports);
     }
 
 private:
     Platform& m_platform;
+    const Ports m_ports;
 };
 
 net::HTTPServerParams::Ptr serverParams(int threads) {
@@ -156,16 +162,38 @@ net::ServerSocket boundSocket(const std::string& host, unsigned short port) {
     return socket;
 }
 
+net::ServerSocket boundTlsSocket(const std::string& host, const std::string& certificateFile,
+                                 const std::string& authorityFile, ClientCertificate client) {
+    net::Context::Params params;
+    params.certificateFile = certificateFile;
+    params.privateKeyFile = certificateFile;
+    params.caLocation = authorityFile;
+    params.verificationMode = net::Context::VERIFY_NONE;
+    net::Context::Ptr context(new net::Context(net::Context::TLS_SERVER_USE, params));
+    // POCO's own strict mode would look for the client's host name in its certificate.
+    if (client == ClientCertificate::Needed) {
+        SSL_CTX_set_verify(context->sslContext(), SSL_VERIFY_PEER | SSL_VERIFY_FAIL_IF_NO_PEER_CERT, nullptr);
+    }
+    // A client that comes again with a session of before is refused where sessions have no name.
+    context->enableSessionCache(true, "vlox-devserver");
+    net::SecureServerSocket socket(context);
+    socket.bind(net::SocketAddress(host, 0), true);
+    return socket;
+}
+
 void listenOn(net::ServerSocket& socket) { socket.listen(1024); }
 
-HttpServer::HttpServer(Platform& platform, const net::ServerSocket& socket, int threads)
+HttpServer::HttpServer(Platform& platform, const net::ServerSocket& socket, int threads, Ports ports)
     : m_pool("connections", 2, threads + 1),  // one of them accepts
-      m_server(new Factory(platform), m_pool, socket, serverParams(threads)) {
+      m_server(new Factory(platform, ports), m_pool, socket, serverParams(threads)),
+      m_abortRequests(!socket.secure()) {
     m_server.start();
 }
 
-HttpServer::~HttpServer() {
-    m_server.stopAll(true);
+HttpServer::~HttpServer() { stop(); }
+
+void HttpServer::stop() {
+    m_server.stopAll(m_abortRequests);
     m_pool.joinAll();
 }
 

@@ -16,23 +16,36 @@ namespace devserver {
 /// @param port 0: any free one
 Poco::Net::ServerSocket boundSocket(const std::string& host, unsigned short port);
 
+enum class ClientCertificate { NotAsked, Needed };
+
+/// The same, on any free port, for TLS.
+/// @param certificateFile the server's certificate and key
+/// @param authorityFile   who signs the certificates of clients
+Poco::Net::ServerSocket boundTlsSocket(const std::string& host, const std::string& certificateFile,
+                                       const std::string& authorityFile, ClientCertificate client);
+
 /// Lets clients connect, whether or not anybody then accepts them.
 void listenOn(Poco::Net::ServerSocket& socket);
 
-/// The platform's face to one socket. Serves from construction to destruction.
+/// The platform's face to one socket. Serves from construction to stop().
 class HttpServer {
 public:
     /// Throws Poco::Exception. Borrows the platform.
     /// @param socket listens
-    HttpServer(Platform& platform, const Poco::Net::ServerSocket& socket, int threads);
-    /// Lets requests under way end; the platform's delays should have been stopped before.
+    /// @param ports  where the platform answers, for requests that ask for that
+    HttpServer(Platform& platform, const Poco::Net::ServerSocket& socket, int threads, Ports ports);
     ~HttpServer();
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
+    /// Lets requests under way end; the platform's delays should have been stopped before.
+    void stop();
+
 private:
     Poco::ThreadPool m_pool;
     Poco::Net::HTTPServer m_server;
+    // TLS bears no second thread in a connection: there, a request under way ends by itself.
+    const bool m_abortRequests;
 };
 
 }  // namespace devserver

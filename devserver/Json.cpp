@@ -18,6 +18,11 @@ void addNumber(rapidjson::Document& object, const char* name, long long number) 
                      allocator);
 }
 
+void addObject(rapidjson::Document& object, const char* name, const rapidjson::Value& value) {
+    auto& allocator = object.GetAllocator();
+    object.AddMember(rapidjson::Value(name, allocator), rapidjson::Value(value, allocator), allocator);
+}
+
 std::string toText(const rapidjson::Value& value) {
     rapidjson::StringBuffer buffer;
     rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);

@@ -36,6 +36,9 @@ Poco::Util::OptionSet optionSet() {
                       .validator(new IntValidator(0, 1)));
     set.addOption(
         Option("keys", "", "where the server's keys are kept (new ones for each run)").argument("directory"));
+    set.addOption(Option("tls", "",
+                         "listen for TLS too, with good and bad certificates on a free port each; they are "
+                         "kept in the folder tls of --keys"));
     set.addOption(Option("identity", "", "the server's name for SM9 (vlox-devserver)").argument("name"));
     set.addOption(Option("files", "", "where uploaded files are kept (a temporary directory for each run)")
                       .argument("directory"));
@@ -75,6 +78,8 @@ void take(Options& options, const std::string& name, const std::string& value) {
         options.envelope = value != "0";
     } else if (name == "keys") {
         options.keys = value;
+    } else if (name == "tls") {
+        options.tls = true;
     } else if (name == "identity") {
         options.identity = value;
     } else if (name == "threads") {
@@ -93,6 +98,9 @@ void take(Options& options, const std::string& name, const std::string& value) {
 void checkTogether(const Options& options) {
     if (options.primary != Primary::Answers && options.alsoHost.empty()) {
         throw OptionError("--primary needs a second address, --also-host");
+    }
+    if (options.tls && options.keys.empty()) {
+        throw OptionError("--tls needs a directory for the certificates, --keys");
     }
     if (options.misbehaviour.zone && options.otherZone.empty()) {
         throw OptionError("misbehaviour 'zone' needs --other-zone");

@@ -23,6 +23,7 @@ struct Options {
     bool finalStats = false;  ///< the last output line holds the counts
     int threads = 32;
     std::string keys;                         ///< directory of the server's keys; empty: new ones
+    bool tls = false;                         ///< serve TLS too, with the certificates in keys
     std::string identity = "vlox-devserver";  ///< the server's name for SM9
     std::string files;                        ///< directory of the files; empty: a temporary one
     std::string otherZone;                    ///< file with the first line of a second server; empty: none

@@ -20,13 +20,16 @@ OtherZone::OtherZone(const std::string& file) {
     }
 }
 
-std::string OtherZone::invitation(int algorithm) const {
+std::string OtherZone::invitation(int algorithm, bool overTls) const {
     const bool sm9 = algorithm == 4;
     rapidjson::Document zone(rapidjson::kObjectType);
     addText(zone, "otherZonePublicKey", m_line[sm9 ? "sm9Identity" : "sm2PublicKey"].GetString());
     addText(zone, "otherZoneIbcPubParam", sm9 ? m_line["sm9Parameters"].GetString() : "");
     addNumber(zone, "otherZoneAsymmetricCryptoType", algorithm);
     addText(zone, "otherZoneHttpPublicAddress", m_line["url"].GetString());
+    if (overTls && m_line.HasMember("httpsUrl") && m_line["httpsUrl"].IsString()) {
+        addText(zone, "otherZoneHttpsPublicAddress", m_line["httpsUrl"].GetString());
+    }
     return toText(zone);
 }
 

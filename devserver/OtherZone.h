@@ -18,7 +18,8 @@ public:
 
     /// What a client needs to go there, as JSON.
     /// @param algorithm how it shall wrap its session key there: 0 not at all, 2 SM2, 4 SM9
-    std::string invitation(int algorithm) const;
+    /// @param overTls   tells of its address for TLS too, where it has one: a client prefers that
+    std::string invitation(int algorithm, bool overTls) const;
 
 private:
     rapidjson::Document m_line;

@@ -25,11 +25,6 @@ HttpReply textReply(int status, const std::string& text) {
     return reply;
 }
 
-void addObject(rapidjson::Document& object, const char* name, const rapidjson::Value& value) {
-    auto& allocator = object.GetAllocator();
-    object.AddMember(rapidjson::Value(name, allocator), rapidjson::Value(value, allocator), allocator);
-}
-
 std::string describe(const HttpRequest& request, const std::string& path, const ServiceRequest& service) {
     rapidjson::Document document(rapidjson::kObjectType);
     addText(document, "method", request.method);
@@ -114,7 +109,7 @@ HttpReply Platform::answer(const HttpRequest& request) {
 
 HttpReply Platform::echo(const HttpRequest& request, const Target& target) {
     return serve(
-        target.rule, [&] { return m_format.decode(request); },
+        request, target.rule, [&] { return m_format.decode(request); },
         [&](const ServiceRequest& service, const Misbehaviour&, HttpReply&) {
             return describe(request, target.path, service);
         });
@@ -122,19 +117,19 @@ HttpReply Platform::echo(const HttpRequest& request, const Target& target) {
 
 HttpReply Platform::addresses(const HttpRequest& request, const Target& target) {
     return serve(
-        target.rule, [&] { return m_format.decode(request); },
+        request, target.rule, [&] { return m_format.decode(request); },
         [&](const ServiceRequest& service, const Misbehaviour& rule, HttpReply&) {
             if (!service.params.HasMember("domainName") || !service.params["domainName"].IsString()) {
                 throw WireError(kWireBadRequest, "an address query has a text domainName");
             }
-            return addressList(request.serverHost, request.serverPort, rule);
+            return addressList(request.serverHost, request.serverPorts, rule);
         });
 }
 
 HttpReply Platform::files(const HttpRequest& request, const Target& target) {
     std::optional<FileRequest> arrived;
     return serve(
-        target.rule,
+        request, target.rule,
         [&] {
             arrived.emplace(request);
             return decodeFields(request, *arrived);
@@ -158,7 +153,8 @@ ServiceRequest Platform::decodeFields(const HttpRequest& request, const FileRequ
     return plain;
 }
 
-HttpReply Platform::serve(const Misbehaviour& ruleOfPath, const Decode& decode, const Content& content) {
+HttpReply Platform::serve(const HttpRequest& request, const Misbehaviour& ruleOfPath, const Decode& decode,
+                          const Content& content) {
     const Misbehaviour ruleOfAll = ruleOfOption();
     Misbehaviour rule = ruleOfPath.any() ? ruleOfPath : ruleOfAll;
     HttpReply answer;
@@ -175,7 +171,8 @@ HttpReply Platform::serve(const Misbehaviour& ruleOfPath, const Decode& decode, 
         if (!m_otherZone) {
             rule.zone.reset();
         }
-        reply = replyTo(service, rule, content, answer);
+        reply =
+            rule.zone ? sendElsewhere(*rule.zone, request.overTls) : replyTo(service, rule, content, answer);
     } catch (const WireError& error) {
         reply = {error.code(), error.what(), ""};
     } catch (const RuleError& error) {
@@ -197,11 +194,12 @@ HttpReply Platform::serve(const Misbehaviour& ruleOfPath, const Decode& decode, 
     return answer;
 }
 
+ServiceReply Platform::sendElsewhere(int algorithm, bool overTls) const {
+    return {kWireOtherZone, "another zone answers this", m_otherZone->invitation(algorithm, overTls)};
+}
+
 ServiceReply Platform::replyTo(const ServiceRequest& service, const Misbehaviour& rule,
                                const Content& content, HttpReply& answer) const {
-    if (rule.zone) {
-        return {kWireOtherZone, "another zone answers this", m_otherZone->invitation(*rule.zone)};
-    }
     ServiceReply reply;
     reply.code = rule.code.value_or(0);
     reply.desc = rule.code ? "as asked for" : "success";

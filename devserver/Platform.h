@@ -50,9 +50,11 @@ private:
     HttpReply stats(const HttpRequest& request, const Target& target);
 
     /// One service request from the wire to the wire; the content gives the data of a reply that succeeds.
-    HttpReply serve(const Misbehaviour& ruleOfPath, const Decode& decode, const Content& content);
+    HttpReply serve(const HttpRequest& request, const Misbehaviour& ruleOfPath, const Decode& decode,
+                    const Content& content);
     ServiceReply replyTo(const ServiceRequest& service, const Misbehaviour& rule, const Content& content,
                          HttpReply& answer) const;
+    ServiceReply sendElsewhere(int algorithm, bool overTls) const;
     ServiceRequest decodeFields(const HttpRequest& request, const FileRequest& arrived) const;
     Misbehaviour ruleOfOption();
 

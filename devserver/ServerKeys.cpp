@@ -2,11 +2,11 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <stdexcept>
 
 #include "Base64Url.h"
+#include "PrivateFile.h"
 #include "WireError.h"
 
 namespace devserver {
@@ -31,23 +31,10 @@ Key need(std::optional<Key> key, const std::string& what) {
 }
 
 std::optional<std::string> readKey(const fs::path& file) {
-    std::ifstream source(file, std::ios::binary);
-    if (!source) {
+    if (!fs::exists(file)) {
         return std::nullopt;
     }
-    const std::string text{std::istreambuf_iterator<char>(source), std::istreambuf_iterator<char>()};
-    return decodeBase64(text).value_or("");
-}
-
-// Empty before anything is in it, so that at no time others can read the key.
-void writeKey(const fs::path& file, const std::string& key) {
-    fs::create_directories(file.parent_path());
-    std::ofstream sink(file, std::ios::binary);
-    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
-    sink << encodeBase64(key) << std::flush;
-    if (!sink) {
-        throw std::runtime_error("can't write " + file.string());
-    }
+    return decodeBase64(readFile(file)).value_or("");
 }
 
 PrivateKey sm2Key(const fs::path& directory) {
@@ -58,7 +45,7 @@ PrivateKey sm2Key(const fs::path& directory) {
     }
     PrivateKey key = need(PrivateKey::generate(), "no SM2 key could be made");
     if (!directory.empty()) {
-        writeKey(file, textOf(key.toScalar()));
+        writePrivateFile(file, encodeBase64(textOf(key.toScalar())));
     }
     return key;
 }
@@ -71,7 +58,7 @@ MasterKey sm9Key(const fs::path& directory) {
     }
     const MasterKey key = need(MasterKey::generate(), "no SM9 master key could be made");
     if (!directory.empty()) {
-        writeKey(file, textOf(key.toBytes()));
+        writePrivateFile(file, encodeBase64(textOf(key.toBytes())));
     }
     return key;
 }

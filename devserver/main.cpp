@@ -5,16 +5,16 @@
 #include <csignal>
 #include <exception>
 #include <iostream>
-#include <list>
 #include <optional>
 #include <thread>
 
-#include "HttpServer.h"
 #include "Json.h"
 #include "Options.h"
 #include "OtherZone.h"
 #include "Platform.h"
 #include "ServerKeys.h"
+#include "Servers.h"
+#include "TestAuthority.h"
 
 namespace {
 
@@ -38,54 +38,55 @@ void stopWhenInputEnds() {
     }).detach();
 }
 
-void tellWhereToConnect(const devserver::Options& options, unsigned short port,
-                        const devserver::ServerKeys& keys) {
+// What a client over TLS needs: the ports by what it meets there, whom to trust, and a certificate of its
+// own.
+rapidjson::Document describeTls(const devserver::Servers& servers, const devserver::TestAuthority& authority,
+                                rapidjson::Document::AllocatorType& allocator) {
+    rapidjson::Document tls(rapidjson::kObjectType, &allocator);
+    devserver::addText(tls, "directory", authority.directory());
+    devserver::addText(tls, "authorityFile", authority.authorityFile());
+    devserver::addText(tls, "clientFile", authority.clientFile());
+    devserver::addText(tls, "clientKeyPassword", devserver::TestAuthority::kClientKeyPassword);
+    rapidjson::Document ports(rapidjson::kObjectType, &allocator);
+    for (const auto& [name, port] : servers.tlsPorts()) {
+        devserver::addNumber(ports, name.c_str(), port);
+    }
+    devserver::addObject(tls, "ports", ports);
+    return tls;
+}
+
+void tellWhereToConnect(const devserver::Options& options, const devserver::Servers& servers,
+                        const devserver::ServerKeys& keys,
+                        const std::optional<devserver::TestAuthority>& authority) {
     const std::string& answers =
         options.primary == devserver::Primary::Answers ? options.host : options.alsoHost;
     rapidjson::Document line(rapidjson::kObjectType);
-    devserver::addNumber(line, "port", port);
+    devserver::addNumber(line, "port", servers.port());
     devserver::addNumber(line, "pid", static_cast<long long>(Poco::Process::id()));
     devserver::addText(line, "host", options.host);
     if (!options.alsoHost.empty()) {
         devserver::addText(line, "alsoHost", options.alsoHost);
     }
-    devserver::addText(line, "url", "http://" + answers + ":" + std::to_string(port));
+    devserver::addText(line, "url", "http://" + answers + ":" + std::to_string(servers.port()));
     devserver::addText(line, "sm2PublicKey", keys.sm2PublicKey());
     devserver::addText(line, "sm9Identity", keys.sm9Identity());
     devserver::addText(line, "sm9Parameters", keys.sm9Parameters());
     devserver::addText(line, "sm9ParameterFile", keys.sm9ParameterFile());
+    if (authority) {
+        const std::string port = std::to_string(servers.tlsPorts().front().port);
+        devserver::addText(line, "httpsUrl", "https://" + options.host + ":" + port);
+        devserver::addObject(line, "tls", describeTls(servers, *authority, line.GetAllocator()));
+    }
     std::cout << devserver::toText(line) << std::endl;
 }
-
-// One server for each address that answers. The first address keeps its socket also where nobody answers, so
-// that no other process gets its port.
-class Servers {
-public:
-    Servers(devserver::Platform& platform, const devserver::Options& options)
-        : m_primary(devserver::boundSocket(options.host, options.port)) {
-        if (options.primary != devserver::Primary::Refuses) {
-            devserver::listenOn(m_primary);
-        }
-        if (options.primary == devserver::Primary::Answers) {
-            m_servers.emplace_back(platform, m_primary, options.threads);
-        }
-        if (!options.alsoHost.empty()) {
-            Poco::Net::ServerSocket second = devserver::boundSocket(options.alsoHost, port());
-            devserver::listenOn(second);
-            m_servers.emplace_back(platform, second, options.threads);
-        }
-    }
-
-    unsigned short port() const { return m_primary.address().port(); }
-
-private:
-    Poco::Net::ServerSocket m_primary;
-    std::list<devserver::HttpServer> m_servers;
-};
 
 std::optional<devserver::OtherZone> otherZone(const devserver::Options& options) {
     return options.otherZone.empty() ? std::nullopt
                                      : std::make_optional<devserver::OtherZone>(options.otherZone);
+}
+
+std::optional<devserver::TestAuthority> testAuthority(const devserver::Options& options) {
+    return options.tls ? std::make_optional<devserver::TestAuthority>(options.keys + "/tls") : std::nullopt;
 }
 
 int serve(const devserver::Options& options) {
@@ -97,11 +98,12 @@ int serve(const devserver::Options& options) {
     const devserver::ServerKeys keys(options.keys, options.identity);
     devserver::Platform platform(keys, options.envelope, options.misbehaviour, options.every,
                                  otherZone(options), options.files);
-    const Servers servers(platform, options);
+    const std::optional<devserver::TestAuthority> authority = testAuthority(options);
+    const devserver::Servers servers(platform, options, authority);
     if (options.stopOnEof) {
         stopWhenInputEnds();
     }
-    tellWhereToConnect(options, servers.port(), keys);
+    tellWhereToConnect(options, servers, keys, authority);
     waitUntilAskedToStop();
     platform.stop();
     if (options.finalStats) {

@@ -43,6 +43,18 @@ public:
     int pid() const { return m_line["pid"].GetInt(); }
     /// "http://127.0.0.1:4711", and with a path, which begins with a slash, the whole address.
     std::string url(const std::string& path = "") const { return m_line["url"].GetString() + path; }
+    /// The same with TLS, of a server with --tls and --keys. Each port shows another certificate: "good",
+    /// "wrongHost", "expired", "notYetValid", "unknownAuthority", and "clientCertificate", which is good and
+    /// wants one of the client.
+    std::string httpsUrl(const std::string& tlsPort, const std::string& path = "",
+                         const std::string& host = "127.0.0.1") const {
+        return "https://" + host + ":" + std::to_string(tls()["ports"][tlsPort.c_str()].GetInt()) + path;
+    }
+    /// The certificate of the authority to trust, PEM.
+    std::string authorityFile() const { return tls()["authorityFile"].GetString(); }
+    /// A client's certificate and then its key, PEM.
+    std::string clientFile() const { return tls()["clientFile"].GetString(); }
+    std::string clientKeyPassword() const { return tls()["clientKeyPassword"].GetString(); }
     /// All that the server tells about itself.
     const rapidjson::Document& line() const { return m_line; }
     const std::string& firstLine() const { return m_firstLine; }
@@ -105,6 +117,8 @@ public:
     }
 
 private:
+    const rapidjson::Value& tls() const { return m_line["tls"]; }
+
     Poco::ProcessHandle launch(std::vector<std::string> arguments) {
         arguments.emplace_back("--stop-on-eof");
         return Poco::Process::launch(VLOX_DEVSERVER_PATH, arguments, &m_input, &m_output, nullptr);
