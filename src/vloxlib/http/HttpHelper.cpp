@@ -18,6 +18,7 @@
 #include "vloxlib/http/HttpClient.h"
 #include "vloxlib/http/RootCertificates.h"
 #include "vloxlib/http/ServerAddrManager.h"
+#include "vloxlib/http/UrlPlaceholders.h"
 #include "vloxlib/log/vloxLog.h"
 #include "vloxlib/utility/FileUtil.h"
 
@@ -293,22 +294,6 @@ std::string HttpHelper::generateUrlHead(std::string url, const HeadParams& headP
         return "";
     }
     return url;
-}
-
-// The search goes on one placeholder's length behind the last find, as the services' paths are used to:
-// behind a shorter value it can step over a placeholder that follows too closely.
-int HttpHelper::replaceUrlByHeadParams(std::string& url, const HeadParams& headParams) {
-    for (const auto& [key, value] : headParams) {
-        const std::string placeholder = "${" + key + "}";
-        std::size_t found = url.find(placeholder);
-        if (found == std::string::npos) {
-            return -1;
-        }
-        for (; found != std::string::npos; found = url.find(placeholder, found + placeholder.size())) {
-            url.replace(found, placeholder.size(), value);
-        }
-    }
-    return 0;
 }
 
 int HttpHelper::httpRequestEncryptData(const Request& request, const std::string& url,

@@ -135,7 +135,6 @@ private:
                                     rapidjson::Document& document);
     static int creatHttpRequest(HTTPMethod method, HttpClient& client, const std::string& url);
     static std::string generateUrlHead(std::string url, const HeadParams& headParams);
-    static int replaceUrlByHeadParams(std::string& url, const HeadParams& headParams);
 
     bool replaceServerAddress(HTTPBusinessType businessType, std::string& url);
 

@@ -63,8 +63,6 @@ private:
     int queryServerAddress(const std::string& host, const std::string& port, rapidjson::Document& document,
                            JsonValue& result);
     void setConfigForServerAddress(const JsonValue& services);
-    bool setConfigForService(const JsonValue& service);
-    const char* portMemberOf(_ConfigKey addressKey) const;
     bool replaceServerHost(_ConfigKey key, std::string& host);
     std::string configText(_ConfigKey key) const;
 
