@@ -14,6 +14,7 @@ target_compile_options(vlox_options INTERFACE
 
 if(VLOX_BUILD_FUZZ AND NOT VLOX_SANITIZE)
   set(VLOX_SANITIZE address,undefined,fuzzer-no-link)
+  add_compile_options(-fsanitize-ignorelist=${CMAKE_CURRENT_SOURCE_DIR}/tests/fuzz/ignored.txt)
 endif()
 if(VLOX_SANITIZE)
   add_compile_options(-fsanitize=${VLOX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)

@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-#include "fuzz/CryptoTargets.h"
+#include "fuzz/Targets.h"
 
 namespace {
 
@@ -58,3 +58,16 @@ INSTANTIATE_TEST_SUITE_P(
                     Named{"parameterText", vlox_fuzz::parameterText},
                     Named{"contentCipher", vlox_fuzz::contentCipher}, Named{"base64", vlox_fuzz::base64}),
     [](const testing::TestParamInfo<Named>& named) { return std::string(named.param.name); });
+
+INSTANTIATE_TEST_SUITE_P(Text, FuzzCorpus,
+                         testing::Values(Named{"serviceReply", vlox_fuzz::serviceReply},
+                                         Named{"resultText", vlox_fuzz::resultText},
+                                         Named{"addressReply", vlox_fuzz::addressReply},
+                                         Named{"networkJson", vlox_fuzz::networkJson},
+                                         Named{"migrationPayload", vlox_fuzz::migrationPayload},
+                                         Named{"urlPlaceholders", vlox_fuzz::urlPlaceholders},
+                                         Named{"headerLine", vlox_fuzz::headerLine},
+                                         Named{"configNumber", vlox_fuzz::configNumber}),
+                         [](const testing::TestParamInfo<Named>& named) {
+                             return std::string(named.param.name);
+                         });

@@ -1,4 +1,4 @@
-#include "fuzz/CryptoTargets.h"
+#include "fuzz/Targets.h"
 
 #include <quilcrypto/ParameterText.h>
 #include <quilcrypto/QuilCryptoLib.h>
@@ -6,8 +6,6 @@
 #include <quilcrypto/sm9/Sm9.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,13 +21,6 @@ namespace vlox_fuzz {
 namespace {
 
 const std::string kPlain = "sixteen bytes ..";
-
-void promise(bool kept, const char* what) {
-    if (!kept) {
-        std::fprintf(stderr, "broken promise: %s\n", what);
-        std::abort();
-    }
-}
 
 const unsigned char* bytesOf(const std::string& text) {
     return reinterpret_cast<const unsigned char*>(text.data());
