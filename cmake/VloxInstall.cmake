@@ -19,3 +19,7 @@ file(RELATIVE_PATH vlox_pc_prefix
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/vlox_common.pc.in vlox_common.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vlox_common.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+if(WIN32)
+  include(VloxWindowsPackage)
+endif()

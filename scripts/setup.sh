@@ -32,14 +32,18 @@ vlox_setup() {
     DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
+vlox_use_ccache() {
+    if command -v ccache >/dev/null && [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER:-} ]]; then
+        export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    fi
+}
+
 # Configures and builds a preset into build/<preset>, all of it or the given targets.
 vlox_build() {
     local preset=$1 targets=()
     shift
     (($#)) && targets=(--target "$@")
-    if command -v ccache >/dev/null && [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER:-} ]]; then
-        export CMAKE_CXX_COMPILER_LAUNCHER=ccache
-    fi
+    vlox_use_ccache
     if [[ ! -f build/$preset/build.ninja ]]; then
         cmake --preset "$preset" >/dev/null
     fi

@@ -1,0 +1,18 @@
+# vlox_common.dll holds all that it stands on: its users need no library but POCO's Foundation, for what its headers
+# have of it, and of libcurl and RapidJSON the headers only.
+set_target_properties(vlox_common PROPERTIES PREFIX "")
+target_link_libraries(vlox_common PRIVATE CURL::libcurl)
+target_include_directories(vlox_common SYSTEM INTERFACE
+  $<BUILD_INTERFACE:$<TARGET_PROPERTY:CURL::libcurl,INTERFACE_INCLUDE_DIRECTORIES>>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+
+# An import library in the form of other linkers, with the plain names: no other family of compilers calls the
+# decorated ones.
+find_program(VLOX_LIB_TOOL lld-link REQUIRED)
+set(vlox_definitions ${CMAKE_CURRENT_BINARY_DIR}/vlox_common.def)
+set(vlox_import_library ${CMAKE_CURRENT_BINARY_DIR}/vlox_common.lib)
+target_link_options(vlox_common PRIVATE LINKER:--output-def=${vlox_definitions}.all)
+add_custom_command(TARGET vlox_common POST_BUILD
+  COMMAND sed "/^ *_Z/d" ${vlox_definitions}.all > ${vlox_definitions}
+  COMMAND ${VLOX_LIB_TOOL} -lib -machine:x64 -def:${vlox_definitions} -out:${vlox_import_library}
+  BYPRODUCTS ${vlox_definitions} ${vlox_import_library} VERBATIM)
