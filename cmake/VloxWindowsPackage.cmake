@@ -14,9 +14,8 @@ vlox_prefix_of(rapidjson rapidjson/rapidjson.h)
 
 install(DIRECTORY ${poco}/include/Poco DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} PATTERN Net EXCLUDE)
 install(FILES ${poco}/lib/libPocoFoundation.a DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY ${poco}/cmake DESTINATION . PATTERN PocoNet* EXCLUDE)
 install(DIRECTORY ${curl}/include/curl ${rapidjson}/include/rapidjson DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY ${rapidjson}/lib/cmake/RapidJSON DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake)
+install(DIRECTORY ${poco}/cmake ${rapidjson}/cmake DESTINATION . PATTERN PocoNet* EXCLUDE)
 
 # Each dependency lies with its licence in a folder <name>-<key>; the run-time libraries of the compiler and the root
 # certificates come from packages of this machine.

@@ -85,6 +85,8 @@ recipe_spdlog() { recipe_helper_cmake -D SPDLOG_FMT_EXTERNAL=ON -D SPDLOG_BUILD_
 
 recipe_rapidjson() {
     recipe_helper_cmake -D RAPIDJSON_BUILD_DOC=OFF -D RAPIDJSON_BUILD_EXAMPLES=OFF -D RAPIDJSON_BUILD_TESTS=OFF
+    # It names the folder that it was installed into, and the package is moved.
+    sed -i 's|"[^"]*/include"|"${RAPIDJSON_CMAKE_DIR}/../include"|' "$prefix/cmake/RapidJSONConfig.cmake"
 }
 
 recipe_googletest() { recipe_helper_cmake -D gtest_disable_pthreads=ON; }

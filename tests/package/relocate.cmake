@@ -1,5 +1,6 @@
-# Installs the build, moves the tree, and builds and runs a user of it from there, found by CMake and by
-# pkg-config. Arguments: BUILD (the build folder), WORK (a folder to use up), SOURCE (this folder), GENERATOR.
+# Installs the build, moves the tree, and builds and runs users of it from there, found by CMake and by pkg-config, on
+# Windows by the import library. Arguments: BUILD (the build folder), WORK (a folder to use up), SOURCE (this folder),
+# GENERATOR, and when building for Windows TOOLCHAIN and EMULATOR, which runs its programs.
 function(run)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE failed OUTPUT_VARIABLE output ERROR_VARIABLE output)
   if(failed)
@@ -11,9 +12,17 @@ file(REMOVE_RECURSE ${WORK})
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/installed)
 file(RENAME ${WORK}/installed ${WORK}/moved)
 file(GLOB_RECURSE pc_file ${WORK}/moved/vlox_common.pc)
-get_filename_component(pc_dir ${pc_file} DIRECTORY)
-set(ENV{PKG_CONFIG_PATH} ${pc_dir})
-run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/user -G ${GENERATOR} -DCMAKE_PREFIX_PATH=${WORK}/moved)
+get_filename_component(pc_dir "${pc_file}" DIRECTORY)
+set(ENV{PKG_CONFIG_PATH} "${pc_dir}")
+if(TOOLCHAIN)
+  set(place -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -D CMAKE_FIND_ROOT_PATH=${WORK}/moved)
+  set(users by_cmake.exe by_import_library.exe)
+else()
+  set(place -D CMAKE_PREFIX_PATH=${WORK}/moved)
+  set(users by_cmake by_pkg_config)
+endif()
+run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/user -G ${GENERATOR} ${place})
 run(${CMAKE_COMMAND} --build ${WORK}/user)
-run(${WORK}/user/by_cmake)
-run(${WORK}/user/by_pkg_config)
+foreach(user IN LISTS users)
+  run(${EMULATOR} ${WORK}/user/${user})
+endforeach()
