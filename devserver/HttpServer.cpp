@@ -4,12 +4,13 @@
 #include <Poco/Net/Context.h>
 #include <Poco/Net/HTTPRequestHandler.h>
 #include <Poco/Net/HTTPRequestHandlerFactory.h>
-#include <Poco/Net/HTTPServerParams.h>
+#include <Poco/Net/HTTPServerConnection.h>
 #include <Poco/Net/HTTPServerRequest.h>
 #include <Poco/Net/HTTPServerRequestImpl.h>
 #include <Poco/Net/HTTPServerResponse.h>
 #include <Poco/Net/SecureServerSocket.h>
 #include <Poco/Net/SocketAddress.h>
+#include <Poco/Net/TCPServerConnectionFactory.h>
 #include <openssl/ssl.h>
 
 #include <algorithm>
@@ -41,7 +42,8 @@ bool announcesBody(const net::HTTPServerRequest& request) {
 }
 
 void hangUp(net::HTTPServerRequest& request) {
-    static_cast<net::HTTPServerRequestImpl&>(request).detachSocket().close();
+    net::StreamSocket socket = static_cast<net::HTTPServerRequestImpl&>(request).detachSocket();
+    cutConnection(socket);
 }
 
 // Where the rest of a body has not been read, a client may miss a reply that comes all the same.
@@ -145,6 +147,33 @@ private:
     const Ports m_ports;
 };
 
+class Connection : public net::HTTPServerConnection {
+public:
+    Connection(const net::StreamSocket& socket, const net::HTTPServerParams::Ptr& params,
+               const net::HTTPRequestHandlerFactory::Ptr& factory, OpenConnections& all)
+        : net::HTTPServerConnection(socket, params, factory), m_guard(all, socket) {}
+
+private:
+    const OpenConnections::Guard m_guard;
+};
+
+// POCO's own server would end a connection from another thread through its TLS, and not at all before the
+// handshake.
+class ConnectionFactory : public net::TCPServerConnectionFactory {
+public:
+    ConnectionFactory(Platform& platform, Ports ports, const net::HTTPServerParams::Ptr& params,
+                      OpenConnections& all)
+        : m_params(params), m_factory(new Factory(platform, ports)), m_all(all) {}
+    net::TCPServerConnection* createConnection(const net::StreamSocket& socket) override {
+        return new Connection(socket, m_params, m_factory, m_all);
+    }
+
+private:
+    const net::HTTPServerParams::Ptr m_params;
+    const net::HTTPRequestHandlerFactory::Ptr m_factory;
+    OpenConnections& m_all;
+};
+
 net::HTTPServerParams::Ptr serverParams(int threads) {
     net::HTTPServerParams::Ptr params(new net::HTTPServerParams);
     params->setMaxThreads(threads);
@@ -185,15 +214,16 @@ void listenOn(net::ServerSocket& socket) { socket.listen(1024); }
 
 HttpServer::HttpServer(Platform& platform, const net::ServerSocket& socket, int threads, Ports ports)
     : m_pool("connections", 2, threads + 1),  // one of them accepts
-      m_server(new Factory(platform, ports), m_pool, socket, serverParams(threads)),
-      m_abortRequests(!socket.secure()) {
+      m_params(serverParams(threads)),
+      m_server(new ConnectionFactory(platform, ports, m_params, m_connections), m_pool, socket, m_params) {
     m_server.start();
 }
 
 HttpServer::~HttpServer() { stop(); }
 
 void HttpServer::stop() {
-    m_server.stopAll(m_abortRequests);
+    m_connections.end();
+    m_server.stop();
     m_pool.joinAll();
 }
 

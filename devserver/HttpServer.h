@@ -1,12 +1,14 @@
 #ifndef DEVSERVER_HTTPSERVER_H
 #define DEVSERVER_HTTPSERVER_H
 
-#include <Poco/Net/HTTPServer.h>
+#include <Poco/Net/HTTPServerParams.h>
 #include <Poco/Net/ServerSocket.h>
+#include <Poco/Net/TCPServer.h>
 #include <Poco/ThreadPool.h>
 
 #include <string>
 
+#include "OpenConnections.h"
 #include "Platform.h"
 
 namespace devserver {
@@ -38,14 +40,14 @@ public:
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
-    /// Lets requests under way end; the platform's delays should have been stopped before.
+    /// Cuts all connections; the platform's delays should have been stopped before.
     void stop();
 
 private:
     Poco::ThreadPool m_pool;
-    Poco::Net::HTTPServer m_server;
-    // TLS bears no second thread in a connection: there, a request under way ends by itself.
-    const bool m_abortRequests;
+    const Poco::Net::HTTPServerParams::Ptr m_params;
+    OpenConnections m_connections;
+    Poco::Net::TCPServer m_server;
 };
 
 }  // namespace devserver

@@ -91,6 +91,9 @@ std::optional<devserver::TestAuthority> testAuthority(const devserver::Options& 
 
 int serve(const devserver::Options& options) {
     std::signal(SIGTERM, askToStop);
+#ifdef SIGPIPE
+    std::signal(SIGPIPE, SIG_IGN);  // a client that has gone; TLS writes to it like to a file
+#endif
     // A shell that starts a job in the background has Ctrl-C ignored there, and means it.
     if (std::signal(SIGINT, askToStop) == SIG_IGN) {
         std::signal(SIGINT, SIG_IGN);

@@ -19,6 +19,8 @@ namespace {
 
 using testing::HasSubstr;
 using vlox_test::DevServer;
+using vlox_test::Outcome;
+using vlox_test::runDevServer;
 
 std::string base64(const std::string& bytes) {
     std::ostringstream text;
@@ -35,31 +37,6 @@ DevServer::Reply post(const DevServer& server, const std::string& path, const st
     return server.ask("POST", path, "params=" + base64(params), header);
 }
 
-struct Outcome {
-    int exitCode;
-    std::string output;
-    std::string errors;
-};
-
-std::string readAll(Poco::Pipe& pipe) {
-    std::string text;
-    Poco::PipeInputStream stream(pipe);
-    Poco::StreamCopier::copyToString(stream, text);
-    return text;
-}
-
-Outcome run(const std::vector<std::string>& arguments) {
-    Poco::Pipe output;
-    Poco::Pipe errors;
-    Poco::Pipe input;
-    const Poco::ProcessHandle process =
-        Poco::Process::launch(VLOX_DEVSERVER_PATH, arguments, &input, &output, &errors);
-    input.close();
-    Outcome result{0, readAll(output), readAll(errors)};
-    result.exitCode = process.wait();
-    return result;
-}
-
 TEST(DevServer, WrongOptionsGiveOneLineAndTwo) {
     const std::vector<std::string> rows[] = {
         {"--bogus"},
@@ -74,10 +51,11 @@ TEST(DevServer, WrongOptionsGiveOneLineAndTwo) {
         {"--primary=refuse"},
         {"--primary=dead", "--also-host=127.0.0.2"},
         {"--misbehave=zone=sm2"},
+        {"--tls"},
     };
     for (const auto& arguments : rows) {
         SCOPED_TRACE(testing::PrintToString(arguments));
-        const Outcome result = run(arguments);
+        const Outcome result = runDevServer(arguments);
         EXPECT_EQ(2, result.exitCode);
         EXPECT_EQ("", result.output);
         EXPECT_EQ(1, std::count(result.errors.begin(), result.errors.end(), '\n')) << result.errors;
@@ -85,7 +63,7 @@ TEST(DevServer, WrongOptionsGiveOneLineAndTwo) {
 }
 
 TEST(DevServer, HelpNamesEveryMisbehaviour) {
-    const Outcome result = run({"--help"});
+    const Outcome result = runDevServer({"--help"});
     EXPECT_EQ(0, result.exitCode);
     for (const char* name : {"delay=", "code=", "data=", "status=", "redirect=", "location=", "reply=",
                              "garbage=", "cut=", "zone=", "servers=", "unknown=", "broken="}) {
@@ -105,7 +83,8 @@ TEST(DevServer, EndsCleanlyWhenAsked) {
     }
     DevServer server;
     EXPECT_EQ(0, server.stop()) << "the end of its input";
-    const Outcome counted = run({"--final-stats", "--stop-on-eof"});  // its input has ended before it begins
+    const Outcome counted =
+        runDevServer({"--final-stats", "--stop-on-eof"});  // its input has ended before it begins
     EXPECT_EQ(0, counted.exitCode);
     EXPECT_THAT(counted.output, HasSubstr("}\n{\"requests\":0,"));
 }
@@ -300,10 +279,10 @@ TEST(DevServer, KeepsItsKeysInADirectoryAndSaysWhatFilesAreWrong) {
         EXPECT_EQ(line["sm9ParameterFile"].GetString(), dir.path("keys/sm9-parameters.txt"));
     }
     dir.write("keys/sm2.key", "AAAA");
-    const Outcome damaged = run(options);
+    const Outcome damaged = runDevServer(options);
     EXPECT_EQ(1, damaged.exitCode);
     EXPECT_THAT(damaged.errors, HasSubstr("holds no SM2 key"));
-    const Outcome noZone = run({"--other-zone", dir.path("keys/sm2.key")});
+    const Outcome noZone = runDevServer({"--other-zone", dir.path("keys/sm2.key")});
     EXPECT_EQ(1, noZone.exitCode);
     EXPECT_THAT(noZone.errors, HasSubstr("doesn't begin with what a server prints first"));
 }

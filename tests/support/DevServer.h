@@ -133,6 +133,32 @@ private:
     int m_exitCode = -1;
 };
 
+/// What became of a process.
+struct Outcome {
+    int exitCode = 0;
+    std::string output;
+    std::string errors;
+};
+
+/// A server whose input has ended before it begins, and so it ends at once if --stop-on-eof stands there.
+inline Outcome runDevServer(const std::vector<std::string>& arguments) {
+    const auto readAll = [](Poco::Pipe& pipe) {
+        std::string text;
+        Poco::PipeInputStream stream(pipe);
+        Poco::StreamCopier::copyToString(stream, text);
+        return text;
+    };
+    Poco::Pipe output;
+    Poco::Pipe errors;
+    Poco::Pipe input;
+    const Poco::ProcessHandle process =
+        Poco::Process::launch(VLOX_DEVSERVER_PATH, arguments, &input, &output, &errors);
+    input.close();
+    Outcome result{0, readAll(output), readAll(errors)};
+    result.exitCode = process.wait();
+    return result;
+}
+
 }  // namespace vlox_test
 
 #endif
