@@ -1,144 +1,19 @@
+#include "support/DemoFixture.h"
+
 #include <Poco/Thread.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-#include <sqlite3.h>
 
-#include <csignal>
-#include <map>
-#include <memory>
 #include <random>
-#include <set>
 
-#include "support/DevServer.h"
-#include "support/TempDir.h"
-
-// The example application, run as a user would run it: what counts is what it leaves behind and prints.
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using vlox_test::DevServer;
+using vlox_test::DemoTest;
+using vlox_test::expectOneLineAndTwo;
+using vlox_test::toText;
 
 constexpr int kInterrupted = -20001;
-constexpr int kStoppedEarly = 3;
-
-std::string toText(const rapidjson::Value& value) {
-    rapidjson::StringBuffer buffer;
-    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
-    value.Accept(writer);
-    return buffer.GetString();
-}
-
-std::vector<std::string> linesOf(const std::string& text) {
-    std::istringstream source(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(source, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
-class DemoTest : public testing::Test {
-protected:
-    DemoTest() {
-        std::signal(SIGINT,
-                    SIG_DFL);  // a background job's is ignored, and the application would inherit that
-        serve({});
-    }
-
-    void serve(const std::vector<std::string>& arguments) {
-        m_server.reset();
-        m_server = std::make_unique<DevServer>(arguments);
-        m_dir.write("platform.json", toText(m_server->line()));
-    }
-    DevServer& server() { return *m_server; }
-
-    std::string messages(const std::string& lines) const {
-        m_dir.write("messages.jsonl", lines);
-        return m_dir.path("messages.jsonl");
-    }
-
-    /// One run of the application, which writes what it prints into a file.
-    class Run {
-    public:
-        Run(const DemoTest& test, const std::string& file, const std::string& crypto = "sm2-aes")
-            : m_output(test.m_dir.path("output")),
-              m_process(Poco::Process::launch(
-                  "sh", {"-c", "exec \"$0\" \"$@\" >" + m_output + " 2>&1", VLOX_MESSENGER_PATH, "--platform",
-                         test.m_dir.path("platform.json"), "--dir", test.m_dir.path("data"), "--summary",
-                         test.m_dir.path("summary.json"), "--crypto", crypto, file})) {}
-        void kill() { Poco::Process::kill(m_process); }
-        void interrupt() { Poco::Process::requestTermination(m_process.id()); }
-        bool running() const { return Poco::Process::isRunning(m_process); }
-        int wait() { return m_process.wait(); }
-
-    private:
-        std::string m_output;
-        Poco::ProcessHandle m_process;
-    };
-    int run(const std::string& file) const { return Run(*this, file).wait(); }
-    std::string output() const { return m_dir.read("output"); }
-
-    long long figure(const char* name) const {
-        rapidjson::Document summary;
-        summary.Parse(m_dir.read("summary.json").c_str());
-        return summary.IsObject() && summary.HasMember(name) ? summary[name].GetInt64() : -1;
-    }
-    void store(const std::string& sql) const {
-        sqlite3* db = nullptr;
-        EXPECT_EQ(SQLITE_OK, sqlite3_open(m_dir.path("data/messages.db").c_str(), &db));
-        EXPECT_EQ(SQLITE_OK, sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr)) << sqlite3_errmsg(db);
-        sqlite3_close(db);
-    }
-    struct Result {
-        int code;
-        std::string data;
-    };
-    /// The journal by task id; a test fails where one id stands there twice.
-    std::map<std::string, Result> results() const {
-        std::map<std::string, Result> found;
-        for (const std::string& line : linesOf(m_dir.read("data/results.jsonl"))) {
-            rapidjson::Document result;
-            result.Parse(line.c_str());
-            EXPECT_TRUE(result.IsObject()) << line;
-            EXPECT_TRUE(found
-                            .emplace(result["id"].GetString(),
-                                     Result{result["code"].GetInt(), result["data"].GetString()})
-                            .second)
-                << line;
-        }
-        return found;
-    }
-    /// What the service got, out of the results; the token, which the library adds, left out.
-    std::multiset<std::string> echoed() const {
-        std::multiset<std::string> bodies;
-        for (const auto& [id, result] : results()) {
-            EXPECT_EQ(0, result.code) << id;
-            rapidjson::Document data;
-            data.Parse(result.data.c_str());
-            if (data.IsObject() && data.HasMember("params")) {
-                data["params"].RemoveMember("token");
-                bodies.insert(toText(data["params"]));
-            }
-        }
-        return bodies;
-    }
-    static std::multiset<std::string> sent() {
-        std::multiset<std::string> bodies;
-        std::ifstream file(VLOX_MESSAGES_PATH);
-        for (std::string line; std::getline(file, line);) {
-            rapidjson::Document message;
-            message.Parse(line.c_str());
-            bodies.insert(toText(message));
-        }
-        return bodies;
-    }
-
-    vlox_test::TempDir m_dir;
-    std::unique_ptr<DevServer> m_server;
-};
 
 TEST_F(DemoTest, EveryLineBecomesOneResult) {
     ASSERT_EQ(0, run(VLOX_MESSAGES_PATH)) << output();
@@ -187,19 +62,6 @@ TEST_F(DemoTest, LosesNothingWhenKilledAtRandomMoments) {
     EXPECT_GT(kills, 0);
     EXPECT_EQ(sent(), echoed());
     EXPECT_EQ(static_cast<long long>(sent().size()), figure("allResults"));
-}
-
-TEST_F(DemoTest, CtrlCStopsEarlyAndTheNextRunFinishes) {
-    serve({"--misbehave", "delay=50"});
-    Run first(*this, VLOX_MESSAGES_PATH);
-    server().awaitCount("encryptedRequests", 10);
-    first.interrupt();
-    EXPECT_EQ(kStoppedEarly, first.wait());
-    EXPECT_THAT(output(), HasSubstr("the next run on the same directory finishes the rest"));
-    EXPECT_LT(figure("delivered"), static_cast<long long>(sent().size()));
-    ASSERT_EQ(0, run(VLOX_MESSAGES_PATH)) << output();
-    EXPECT_THAT(output(), HasSubstr("an earlier run left"));
-    EXPECT_EQ(sent(), echoed());
 }
 
 TEST_F(DemoTest, LinesThatAreNoJsonAreNamedAndSkipped) {
@@ -271,30 +133,13 @@ TEST_F(DemoTest, WhatWasDeliveredTwiceIsSaid) {
 }
 
 TEST(Demo, WrongOptionsGiveOneLineAndTwo) {
-    const std::vector<std::string> rows[] = {
-        {VLOX_DEMO_SCRIPT, "--bogus"},
-        {VLOX_DEMO_SCRIPT, "--delay", "soon"},
-        {VLOX_DEMO_SCRIPT, "--dir"},
-        {VLOX_DEMO_SCRIPT, "--crypto", "rot13"},
-        {VLOX_DEMO_SCRIPT, "/nonexistent/file"},
+    expectOneLineAndTwo({
         {VLOX_MESSENGER_PATH, "--bogus"},
         {VLOX_MESSENGER_PATH, "--crypto", "rsa"},
         {VLOX_MESSENGER_PATH},
         {VLOX_MESSENGER_PATH, "--senders", "0"},
         {VLOX_MESSENGER_PATH, "--platform", "x", "/nonexistent/file"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row));
-        Poco::Pipe errors;
-        const std::vector<std::string> arguments(row.begin() + 1, row.end());
-        const Poco::ProcessHandle process =
-            Poco::Process::launch(row.front(), arguments, nullptr, nullptr, &errors);
-        std::string text;
-        Poco::PipeInputStream stream(errors);
-        Poco::StreamCopier::copyToString(stream, text);
-        EXPECT_EQ(2, process.wait());
-        EXPECT_EQ(1U, linesOf(text).size()) << text;
-    }
+    });
 }
 
 }  // namespace

@@ -76,7 +76,7 @@ TEST(DevServer, EndsCleanlyWhenAsked) {
     for (const char* signal : {"-TERM", "-INT"}) {
         SCOPED_TRACE(signal);
         DevServer server;
-        EXPECT_EQ(0, Poco::Process::launch("kill", {signal, std::to_string(server.pid())}).wait());
+        EXPECT_EQ(0, Poco::Process::launch(VLOX_KILL, {signal, std::to_string(server.pid())}).wait());
         EXPECT_THROW(
             while (true) { server.ask("GET", "/stats"); }, Poco::Exception);
         EXPECT_EQ(0, server.stop());

@@ -154,8 +154,10 @@ TEST_F(FileTransferTest, FieldsGoAheadOfTheFileAsTheyWereEscaped) {
     EXPECT_EQ("x", parts[2].body);
 }
 
-TEST_F(FileTransferTest, SlicesLieBeyondTwoGibibytes) {
-    constexpr long start = 5L << 30;
+TEST_F(FileTransferTest, SlicesLieAroundOrBeyondTwoGibibytes) {
+    // On some systems a long ends just there.
+    constexpr long start =
+        static_cast<long>(std::min<long long>(5LL << 30, std::numeric_limits<long>::max() - 1000));
     source("");
     std::filesystem::resize_file(dir.path("source"), start + 100);
     std::fstream(dir.path("source"), std::ios::in | std::ios::out | std::ios::binary).seekp(start) << "far";

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <Poco/Environment.h>
 #include <Poco/Net/ServerSocket.h>
 
 #include <map>
@@ -247,9 +248,9 @@ TEST(HttpClient, WithoutPreparationNothingIsSent) {
 }
 
 TEST(HttpClient, HeedsTheProxyOfTheEnvironment) {
-    ::setenv("http_proxy", "http://no-such-proxy.invalid:3128", 1);
+    Poco::Environment::set("http_proxy", "http://no-such-proxy.invalid:3128");
     EXPECT_EQ(-805, get("http://somewhere.invalid/").code);
-    ::unsetenv("http_proxy");
+    Poco::Environment::set("http_proxy", "");
 }
 
 TEST(HttpClient, SurvivesHostileReplies) {

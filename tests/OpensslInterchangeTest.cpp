@@ -1,8 +1,12 @@
 // The other end of the wire as somebody else's program: the openssl command opens what is sealed here, and
 // the other way round.
+#include <Poco/Pipe.h>
+#include <Poco/PipeStream.h>
+#include <Poco/Process.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <iterator>
+#include <sstream>
 #include <string>
 
 #include "quilcrypto/Sm2.h"
@@ -30,9 +34,13 @@ protected:
     }
     // Runs the command in the test's directory; the content of the file "out".
     std::string openssl(const std::string& arguments) {
-        const std::string command =
-            "cd '" + dir.path() + "' && '" VLOX_OPENSSL "' " + arguments + " >messages 2>&1";
-        EXPECT_EQ(0, std::system(command.c_str())) << command << "\n" << dir.read("messages");
+        std::istringstream words(arguments);
+        Poco::Pipe pipe;
+        const Poco::ProcessHandle process = Poco::Process::launch(
+            VLOX_OPENSSL, {std::istream_iterator<std::string>(words), {}}, dir.path(), nullptr, &pipe, &pipe);
+        Poco::PipeInputStream stream(pipe);
+        const std::string messages{std::istreambuf_iterator<char>(stream), {}};
+        EXPECT_EQ(0, process.wait()) << arguments << "\n" << messages;
         return dir.read("out");
     }
 

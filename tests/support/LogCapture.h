@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -44,13 +45,13 @@ public:
         return {"LogCapture: the marker line never arrived"};
     }
     /// How many lines hold the text.
-    long count(const std::string& text) const {
+    std::ptrdiff_t count(const std::string& text) const {
         const std::vector<std::string> all = lines();
         return std::count_if(all.begin(), all.end(),
                              [&](const std::string& line) { return line.find(text) != std::string::npos; });
     }
     /// How many lines of a level, "E" for an error, hold the text.
-    long count(const std::string& levelLetter, const std::string& text) const {
+    std::ptrdiff_t count(const std::string& levelLetter, const std::string& text) const {
         const std::vector<std::string> all = lines();
         return std::count_if(all.begin(), all.end(), [&](const std::string& line) {
             return line.find("[" + levelLetter + "] [") == 24 && line.find(text) != std::string::npos;
