@@ -18,15 +18,15 @@ constexpr int kSm9 = 4;
 
 }  // namespace
 
-Client::Client(const Options& options, const std::string& platform, MessagesListener listener,
-               void* context) {
+Client::Client(const Options& options, const std::string& platform,
+               const std::function<vloxlib::VloxModuleAbstract*()>& makeModule) {
     const SdkLogParam log{kLogInfo, 0, options.directory.c_str()};
     if (initialize(log, options.directory.c_str(), 0) != 0) {
         throw std::runtime_error("the library doesn't start");
     }
     m_id = createVloxClient("vlox-messenger", "demo");
-    configure(platform, options.crypto);
-    m_module = createMessagesModule("messages", options.senders, listener, context);
+    configure(platform, options);
+    m_module = makeModule();
     loadModule(m_id, m_module);
 }
 
@@ -35,11 +35,8 @@ Client::~Client() {
     destroySDK();
 }
 
-void Client::command(MessagesCommand command, const std::string& json) const {
-    commandMessages(m_id, command, json.c_str());
-}
-
-void Client::configure(const std::string& platform, const Crypto& crypto) const {
+void Client::configure(const std::string& platform, const Options& options) const {
+    const Crypto& crypto = options.crypto;
     const rapidjson::Document told = common::parseJson(platform);
     const auto text = [&](const char* name) {
         std::string found = textOf(told, name);
@@ -50,6 +47,9 @@ void Client::configure(const std::string& platform, const Crypto& crypto) const 
     };
     setConfigStr(m_id, vloxlib::CONFIG_AS_HOST, text("host").c_str());
     setConfigInt(m_id, vloxlib::CONFIG_AS_PORT, intOf(told, "port", 0));
+    if (options.chunkSize > 0) {
+        setConfigInt(m_id, vloxlib::CONFIG_FILE_CHUNK_SIZE, options.chunkSize);
+    }
     setConfigInt(m_id, vloxlib::CONFIG_ENCRYPT_POLICY, crypto.asymmetric);
     setConfigInt(m_id, vloxlib::CONFIG_SYM_ENCRYPT_TYPE, crypto.symmetric);
     switch (crypto.asymmetric) {

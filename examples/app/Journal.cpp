@@ -16,7 +16,7 @@ Journal::Journal(const std::string& path) : m_path(path) {
 }
 
 Journal::Outcome Journal::take(const std::string& id, const std::string& json) {
-    if (m_ids.count(id) != 0) {
+    if (m_results.count(id) != 0) {
         return TWICE;
     }
     m_file << json << std::endl;
@@ -24,7 +24,7 @@ Journal::Outcome Journal::take(const std::string& id, const std::string& json) {
         m_file.clear();
         return FAILED;
     }
-    m_ids.insert(id);
+    m_results[id] = json;
     return TAKEN;
 }
 
@@ -34,7 +34,7 @@ void Journal::read() {
     std::uintmax_t whole = 0;
     for (std::string line; std::getline(file, line) && !file.eof();) {
         whole += line.size() + 1;
-        m_ids.insert(common::textOf(common::parseJson(line), "id"));
+        m_results[common::textOf(common::parseJson(line), "id")] = line;
     }
     if (std::filesystem::exists(m_path)) {
         std::filesystem::resize_file(m_path, whole);

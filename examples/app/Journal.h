@@ -2,7 +2,7 @@
 #define APP_JOURNAL_H
 
 #include <fstream>
-#include <set>
+#include <map>
 #include <string>
 
 namespace app {
@@ -18,14 +18,15 @@ public:
     /// @return TAKEN once the result is in the file
     Outcome take(const std::string& id, const std::string& json);
 
-    const std::set<std::string>& ids() const { return m_ids; }
+    /// Each result as it was told, by its id.
+    const std::map<std::string, std::string>& results() const { return m_results; }
     const std::string& path() const { return m_path; }
 
 private:
     void read();
 
     const std::string m_path;
-    std::set<std::string> m_ids;
+    std::map<std::string, std::string> m_results;
     std::ofstream m_file;
 };
 

@@ -26,7 +26,9 @@ bool Messenger::run(const std::atomic<bool>& interrupted) {
     platform << std::ifstream(m_options.platform).rdbuf();
     bool allSent = false;
     {
-        const Client client(m_options, platform.str(), &Messenger::listen, this);
+        const Client client(m_options, platform.str(), [this] {
+            return createMessagesModule("messages", m_options.senders, &Messenger::listen, this);
+        });
         start(client);
         allSent = sendLines(client, interrupted);
         await(0, interrupted);
@@ -40,11 +42,11 @@ bool Messenger::run(const std::atomic<bool>& interrupted) {
 void Messenger::start(const Client& client) {
     rapidjson::Document request(rapidjson::kObjectType);
     rapidjson::Value ids(rapidjson::kArrayType);
-    for (const std::string& id : m_journal.ids()) {
+    for (const auto& [id, json] : m_journal.results()) {
         ids.PushBack(rapidjson::StringRef(id.data(), id.size()), request.GetAllocator());
     }
     request.AddMember("delivered", ids, request.GetAllocator());
-    client.command(MESSAGES_START, common::toText(request));
+    commandMessages(client.id(), MESSAGES_START, common::toText(request).c_str());
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_figures.leftBehind > 0) {
         m_progress.say("an earlier run left " + std::to_string(m_figures.leftBehind) +
@@ -74,7 +76,8 @@ void Messenger::sendLine(const Client& client, int number, const std::string& li
         ++m_figures.skipped;
         return;
     }
-    client.command(MESSAGES_SEND, JsonObject().add("line", number).add("message", message).text());
+    commandMessages(client.id(), MESSAGES_SEND,
+                    JsonObject().add("line", number).add("message", message).text().c_str());
 }
 
 void Messenger::await(long long most, const std::atomic<bool>& interrupted) {

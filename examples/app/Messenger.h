@@ -1,6 +1,7 @@
 #ifndef APP_MESSENGER_H
 #define APP_MESSENGER_H
 
+#include <messages/Messages.h>
 #include <rapidjson/document.h>
 
 #include <atomic>

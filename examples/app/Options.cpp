@@ -5,14 +5,15 @@
 namespace app {
 namespace {
 
-int senderCount(const std::string& text) {
+int number(const std::string& option, const std::string& text, int least, int most) {
     const bool digits =
-        !text.empty() && text.size() <= 3 && text.find_first_not_of("0123456789") == std::string::npos;
-    const int count = digits ? std::stoi(text) : 0;
-    if (count < 1 || count > 100) {
-        throw OptionError("--senders needs a number from 1 to 100");
+        !text.empty() && text.size() <= 9 && text.find_first_not_of("0123456789") == std::string::npos;
+    const int value = digits ? std::stoi(text) : -1;
+    if (value < least || value > most) {
+        throw OptionError(option + " needs a number from " + std::to_string(least) + " to " +
+                          std::to_string(most));
     }
-    return count;
+    return value;
 }
 
 Crypto cryptoOf(const std::string& name) {
@@ -48,7 +49,11 @@ Options parseOptions(int argc, char** argv) {
         } else if (argument == "--crypto") {
             options.crypto = cryptoOf(value());
         } else if (argument == "--senders") {
-            options.senders = senderCount(value());
+            options.senders = number(argument, value(), 1, 100);
+        } else if (argument == "--file") {
+            options.file = value();
+        } else if (argument == "--chunk") {
+            options.chunkSize = number(argument, value(), 1024, 500'000'000);
         } else if (argument == "--progress-line") {
             options.progressLine = true;
         } else if (argument == "--stop-on-eof") {
@@ -59,12 +64,13 @@ Options parseOptions(int argc, char** argv) {
             options.messages = argument;
         }
     }
-    if (options.messages.empty() || options.platform.empty()) {
+    if (options.messages.empty() == options.file.empty() || options.platform.empty()) {
         throw OptionError(
             "usage: vlox-messenger --platform <file> [--dir <directory>] [--crypto <name>] [--senders <n>] "
-            "[--summary <file>] [--progress-line] [--stop-on-eof] <messages.jsonl>");
+            "[--summary <file>] [--progress-line] [--stop-on-eof] <messages.jsonl> | --file <path> [--chunk "
+            "<bytes>]");
     }
-    if (!std::filesystem::is_regular_file(options.messages)) {
+    if (options.file.empty() && !std::filesystem::is_regular_file(options.messages)) {
         throw OptionError("no such file: " + options.messages);
     }
     return options;

@@ -15,11 +15,13 @@ struct Crypto {
 
 struct Options {
     std::string messages;                 ///< the input: a JSON value per line
+    std::string file;                     ///< instead of messages: a file that goes up and comes back
     std::string directory = "demo-data";  ///< store, log and journal
     std::string platform;                 ///< file with the platform's own first line
     std::string summary;                  ///< file for the final figures as JSON; empty: none
     Crypto crypto{"sm2-aes", 2, 1};
-    int senders = 4;
+    int senders = 4;            ///< requests, or slices of the file, under way at one time
+    int chunkSize = 0;          ///< bytes of a slice; 0: the library's own setting
     bool progressLine = false;  ///< one line that changes, for a terminal
     bool stopOnEof = false;     ///< end when standard input ends, that is, with the process that holds it
 };

@@ -82,7 +82,7 @@ void printTable(std::ostream& out, const Figures& figures, const Journal& journa
     row(out, "lines skipped", figures.skipped);
     row(out, "requests", report["requests"].GetInt64());
     row(out, "results delivered", figures.delivered,
-        " (" + std::to_string(journal.ids().size()) + " in all runs)");
+        " (" + std::to_string(journal.results().size()) + " in all runs)");
     row(out, "  delivered twice", figures.twice);
     printFailures(out, figures, report["failures"]);
     printStages(out, report["stages"]);
@@ -100,7 +100,7 @@ void writeSummary(const Figures& figures, const Journal& journal, const Options&
                                           .add("skipped", figures.skipped)
                                           .add("delivered", figures.delivered)
                                           .add("twice", figures.twice)
-                                          .add("allResults", static_cast<long long>(journal.ids().size()))
+                                          .add("allResults", static_cast<long long>(journal.results().size()))
                                           .add("report", report)
                                           .text()
                                    << std::endl;

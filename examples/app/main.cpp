@@ -5,12 +5,15 @@
 #include <iostream>
 #include <thread>
 
+#include "Courier.h"
 #include "Journal.h"
 #include "Messenger.h"
 #include "Options.h"
 #include "Table.h"
 
 namespace {
+
+constexpr int kStoppedEarly = 3;
 
 std::atomic<bool> interrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it");
@@ -30,13 +33,7 @@ void interruptWhenInputEnds() {
     }).detach();
 }
 
-int run(const app::Options& options) {
-    std::signal(SIGINT, interrupt);
-    std::signal(SIGTERM, interrupt);
-    if (options.stopOnEof) {
-        interruptWhenInputEnds();
-    }
-    std::filesystem::create_directories(options.directory);
+int runMessages(const app::Options& options) {
     app::Journal journal(options.directory + "/results.jsonl");
     app::Messenger messenger(options, journal);
     const bool done = messenger.run(interrupted);
@@ -44,10 +41,32 @@ int run(const app::Options& options) {
     if (!options.summary.empty()) {
         app::writeSummary(messenger.figures(), journal, options);
     }
-    if (!done) {
+    return done ? 0 : kStoppedEarly;
+}
+
+int runFile(const app::Options& options) {
+    app::Journal journal(options.directory + "/transfers.jsonl");
+    app::Courier courier(options, journal);
+    const bool done = courier.run(interrupted);
+    courier.printTable(std::cout);
+    if (!options.summary.empty()) {
+        courier.writeSummary();
+    }
+    return done ? 0 : kStoppedEarly;
+}
+
+int run(const app::Options& options) {
+    std::signal(SIGINT, interrupt);
+    std::signal(SIGTERM, interrupt);
+    if (options.stopOnEof) {
+        interruptWhenInputEnds();
+    }
+    std::filesystem::create_directories(options.directory);
+    const int code = options.file.empty() ? runMessages(options) : runFile(options);
+    if (code == kStoppedEarly) {
         std::cout << "\nstopped early; the next run on the same directory finishes the rest" << std::endl;
     }
-    return done ? 0 : 3;
+    return code;
 }
 
 }  // namespace

@@ -64,4 +64,9 @@ int intOf(const rapidjson::Value& object, const char* name, int otherwise) {
     return value != nullptr && value->IsInt() ? value->GetInt() : otherwise;
 }
 
+long long longOf(const rapidjson::Value& object, const char* name, long long otherwise) {
+    const rapidjson::Value* value = find(object, name);
+    return value != nullptr && value->IsInt64() ? value->GetInt64() : otherwise;
+}
+
 }  // namespace common

@@ -28,6 +28,7 @@ std::string toText(const rapidjson::Value& value);
 /// The member's text, or the other one where there is no such text.
 std::string textOf(const rapidjson::Value& object, const char* name, const std::string& otherwise = "");
 int intOf(const rapidjson::Value& object, const char* name, int otherwise);
+long long longOf(const rapidjson::Value& object, const char* name, long long otherwise);
 
 }  // namespace common
 
