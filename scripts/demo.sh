@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # Builds everything, starts a stand-in platform and sends the messages of a file through the library to it.
 #   scripts/demo.sh [options] [file]      the file holds a JSON value per line; examples/messages.jsonl by default
+#   scripts/demo.sh [options] --file <path>   sends this one file of any kind, in slices, and brings it back
 #     --dir <directory>     where store, log and results lie (demo-data)
 #     --fresh               forget what an earlier run left in the directory
 #     --keep                go on in a directory whose earlier run had finished, instead of starting afresh
 #     --crypto <name>       sm2-aes (the default), sm2-sm4, sm9-aes, sm9-sm4, none
-#     --senders <n>         requests under way at one time (4)
+#     --senders <n>         requests, or slices of the file, under way at one time (4)
+#     --chunk <bytes>       length of a slice of the file (4194304)
 #     --delay <ms>          the platform answers so late
 #     --misbehave <rule>    the platform misbehaves, e.g. status=503 (vlox-devserver --help has the rules)
 #     --every <n>           it does so at each n-th request only
@@ -22,7 +24,7 @@ needs_number() {
 }
 from_caller() { [[ $1 = /* ]] && echo "$1" || echo "$caller/$1"; }
 
-messages='' directory=$PWD/demo-data fresh='' keep='' delay=0 rule='' every=1 senders=4 crypto=sm2-aes
+messages='' file='' chunk='' directory=$PWD/demo-data fresh='' keep='' delay=0 rule='' every=1 senders=4 crypto=sm2-aes
 while (($#)); do
     case $1 in
     --help | -h) echo "$usage" && exit ;;
@@ -35,6 +37,8 @@ while (($#)); do
             vlox_refuse "--crypto is one of none, sm2-aes, sm2-sm4, sm9-aes, sm9-sm4"
         crypto=$2 && shift
         ;;
+    --file) needs_value "$@" && file=$(from_caller "$2") && shift ;;
+    --chunk) needs_number "$@" && chunk=$2 && shift ;;
     --senders) needs_number "$@" && senders=$2 && shift ;;
     --delay) needs_number "$@" && delay=$2 && shift ;;
     --every) needs_number "$@" && every=$2 && shift ;;
@@ -47,8 +51,15 @@ while (($#)); do
     esac
     shift
 done
-messages=${messages:-$PWD/examples/messages.jsonl}
-[[ -f $messages && -r $messages ]] || vlox_refuse "no such file: $messages"
+if [[ -n $file ]]; then
+    [[ -z $messages ]] || vlox_refuse "either --file or a file of messages, not both"
+    [[ -e $file ]] || vlox_refuse "no such file: $file"
+    [[ -f $file && -r $file ]] || vlox_refuse "no file that can be read: $file"
+    [[ -s $file ]] || vlox_refuse "the file is empty, there is nothing to send: $file"
+else
+    messages=${messages:-$PWD/examples/messages.jsonl}
+    [[ -f $messages && -r $messages ]] || vlox_refuse "no such file: $messages"
+fi
 ((delay == 0)) || rule="delay=$delay${rule:+,$rule}"
 
 # Built and installed like a release; the example sees nothing but the installed package.
@@ -67,14 +78,15 @@ take_directory() {
     flock -n 9 || { echo "waiting for the earlier run in $directory to end" && flock 9; }
     if [[ -n $fresh || (-f $directory/finished && -z $keep) ]]; then
         [[ -n $fresh ]] || echo "the earlier run in $directory had finished: starting afresh (--keep goes on there)"
-        rm -rf "$directory"/{messages.db*,vloxDomain.db*,results.jsonl,windows_sdk*,summary.json,finished}
+        rm -rf "$directory"/{messages.db*,files.db*,vloxDomain.db*,results.jsonl,transfers.jsonl,windows_sdk*} \
+            "$directory"/{files,fetched,summary.json,finished}
     fi
     rm -f "$directory"/{finished,summary.json}
 }
 
 # The server ends when the pipe to its input does, and so with this script, however that ends.
 start_platform() {
-    local options=(--stop-on-eof --final-stats --keys "$directory/keys")
+    local options=(--stop-on-eof --final-stats --keys "$directory/keys" --files "$directory/files")
     [[ -z $rule ]] || options+=(--misbehave "$rule" --every "$every")
     coproc platform { exec build/installed/bin/vlox-devserver "${options[@]}" 9>&-; }
     platform_pid=$!
@@ -97,10 +109,12 @@ run_application() {
     local options=(--platform "$directory/platform.json" --dir "$directory" --senders "$senders"
         --crypto "$crypto" --summary "$directory/summary.json" --stop-on-eof)
     [[ ! -t 1 ]] || options+=(--progress-line)
+    [[ -z $chunk ]] || options+=(--chunk "$chunk")
+    if [[ -n $file ]]; then options+=(--file "$file"); else options+=("$messages"); fi
     [[ -p $directory/alive ]] || mkfifo "$directory/alive"
     exec 8<>"$directory/alive"
     # fd 9 stays open in it: the directory is taken for as long as the application lives.
-    build/examples/vlox-messenger "${options[@]}" "$messages" <"$directory/alive" 8>&- && status=0 || status=$?
+    build/examples/vlox-messenger "${options[@]}" <"$directory/alive" 8>&- && status=0 || status=$?
     exec 8>&-
 }
 
@@ -118,6 +132,23 @@ compare_counts() {
           then $text + "agrees" else $text + "DIFFERS\n" | halt_error(1) end'
 }
 
+# The file that went up against the copy that came back, by another program than those that moved them.
+compare_digests() {
+    local copy digest
+    copy=$(jq -r .copy "$directory/summary.json")
+    digest=$(md5sum <"$file")
+    if [[ $digest == "$(md5sum <"$copy")" && ${digest%% *} == "$(jq -r .digest "$directory/summary.json")" ]]; then
+        echo "md5sum of both          ${digest%% *}: agrees"
+    else
+        echo "md5sum of both          DIFFERS"
+        return 1
+    fi
+}
+
+compare() {
+    if [[ -n $file ]]; then compare_digests; else compare_counts; fi
+}
+
 vlox_setup
 build
 take_directory
@@ -127,12 +158,12 @@ run_application
 stop_platform
 case $status in
 0)
-    compare_counts
+    compare
     touch "$directory/finished"
     ;;
-3) compare_counts ;;
+3) [[ -n $file ]] || compare_counts ;;
 *)
-    echo "the application ended with code $status; the log in $directory may tell why"
+    [[ -n $file ]] || echo "the application ended with code $status; the log in $directory may tell why"
     echo "run the same command again to finish the rest"
     ;;
 esac
