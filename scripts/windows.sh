@@ -50,7 +50,8 @@ start_wine() {
 # The second one can't have what the first has left out.
 pack() {
     rm -rf dist/*-win64.zip dist/_CPack_Packages
-    cpack --config build/windows/CPackConfig.cmake -B dist >build/windows/cpack.log || { cat build/windows/cpack.log && exit 1; }
+    cpack --config build/windows/CPackConfig.cmake -B dist >build/windows/cpack.log ||
+        { cat build/windows/cpack.log && return 1; }
     rm -rf dist/_CPack_Packages
     ls -l dist/*-win64.zip
 }
