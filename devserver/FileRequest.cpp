@@ -7,6 +7,8 @@
 #include <Poco/String.h>
 #include <Poco/URI.h>
 
+#include <functional>
+
 #include "WireError.h"
 
 namespace devserver {
@@ -26,14 +28,22 @@ std::string headerOf(const HttpRequest& request, const std::string& wanted) {
     return {};
 }
 
-std::string readText(std::istream& source) {
+std::string readAll(const std::function<std::size_t(char*, std::size_t)>& read) {
     std::string text(kMostText, '\0');
-    source.read(text.data(), static_cast<std::streamsize>(text.size()));
-    text.resize(static_cast<std::size_t>(source.gcount()));
-    if (text.size() == kMostText) {
+    std::size_t size = 0;
+    while (const std::size_t got = read(&text[size], text.size() - size)) {
+        size += got;
+    }
+    if (size == kMostText) {
         throw WireError(kWireBadRequest, "a field is too long");
     }
+    text.resize(size);
     return text;
+}
+
+std::size_t readSome(std::istream& source, char* buffer, std::size_t room) {
+    source.read(buffer, static_cast<std::streamsize>(room));
+    return static_cast<std::size_t>(source.gcount());
 }
 
 // Clients escape a field's value on its way into a form of several parts too.
@@ -51,7 +61,9 @@ FileRequest::FileRequest(const HttpRequest& request) {
         if (request.stream != nullptr && type.matches("multipart")) {
             readParts(*request.stream, type.getParameter("boundary"));
         } else if (request.method == "POST") {
-            readFields(request.stream != nullptr ? readText(*request.stream) : "");
+            readFields(readAll([&](char* buffer, std::size_t room) {
+                return request.stream != nullptr ? readSome(*request.stream, buffer, room) : 0;
+            }));
         } else {
             readFields(request.query);
             m_file = request.stream;
@@ -63,10 +75,9 @@ FileRequest::FileRequest(const HttpRequest& request) {
 }
 
 void FileRequest::readParts(std::istream& body, const std::string& boundary) {
-    m_parts = std::make_unique<net::MultipartReader>(body, boundary);
-    while (m_file == nullptr && m_parts->hasNextPart()) {
-        net::MessageHeader header;
-        m_parts->nextPart(header);
+    auto parts = std::make_unique<FormParts>(body, boundary);
+    net::MessageHeader header;
+    while (parts->next(header)) {
         std::string disposition;
         net::NameValueCollection named;
         net::MessageHeader::splitParameters(header.get("Content-Disposition", ""), disposition, named);
@@ -75,8 +86,12 @@ void FileRequest::readParts(std::istream& body, const std::string& boundary) {
         }
         if (named.has("filename")) {
             m_fileName = named["filename"];
-            m_file = &m_parts->stream();
-        } else if (!m_fields.emplace(named["name"], unescaped(readText(m_parts->stream()))).second) {
+            m_parts = std::move(parts);
+            return;
+        }
+        const std::string value =
+            unescaped(readAll([&](char* buffer, std::size_t room) { return parts->read(buffer, room); }));
+        if (!m_fields.emplace(named["name"], value).second) {
             throw WireError(kWireBadRequest, "field " + named["name"] + " comes twice");
         }
     }
@@ -92,13 +107,17 @@ void FileRequest::readFields(const std::string& text) {
     }
 }
 
-void FileRequest::finish(std::uint64_t fileSize) {
-    // Behind the last part of a form that has broken off another one seems to follow.
-    const bool broken =
-        m_parts ? m_parts->hasNextPart() : !m_announced.empty() && m_announced != std::to_string(fileSize);
-    if (broken) {
-        throw WireError(kWireBadRequest, "the request ends in the middle, or goes on behind the file");
+std::size_t FileRequest::read(char* buffer, std::size_t room) {
+    const std::size_t got = m_parts ? m_parts->read(buffer, room) : readSome(*m_file, buffer, room);
+    m_read += got;
+    net::MessageHeader header;
+    if (got == 0 && m_parts && m_parts->next(header)) {
+        throw WireError(kWireBadRequest, "the form goes on behind the file");
     }
+    if (got == 0 && !m_parts && !m_announced.empty() && m_announced != std::to_string(m_read)) {
+        throw WireError(kWireBadRequest, "the file ends in the middle");
+    }
+    return got;
 }
 
 }  // namespace devserver

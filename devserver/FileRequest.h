@@ -1,12 +1,11 @@
 #ifndef DEVSERVER_FILEREQUEST_H
 #define DEVSERVER_FILEREQUEST_H
 
-#include <Poco/Net/MultipartReader.h>
-
 #include <map>
 #include <memory>
 #include <string>
 
+#include "FormParts.h"
 #include "Http.h"
 
 namespace devserver {
@@ -19,22 +18,22 @@ public:
     explicit FileRequest(const HttpRequest& request);
 
     const std::map<std::string, std::string>& fields() const { return m_fields; }
-    /// Null: the request brings no file.
-    std::istream* file() const { return m_file; }
+    bool hasFile() const { return m_parts || m_file != nullptr; }
     const std::string& fileName() const { return m_fileName; }
-    /// To be called behind the file's last byte. Throws WireError when the request has broken off.
-    /// @param fileSize how many bytes the file had
-    void finish(std::uint64_t fileSize);
+    /// The file's next bytes; 0 behind the last one. Throws WireError when the request has broken off, or
+    /// goes on behind the file.
+    std::size_t read(char* buffer, std::size_t room);
 
 private:
     void readParts(std::istream& body, const std::string& boundary);
     void readFields(const std::string& text);
 
     std::map<std::string, std::string> m_fields;
-    std::unique_ptr<Poco::Net::MultipartReader> m_parts;
-    std::istream* m_file = nullptr;
+    std::unique_ptr<FormParts> m_parts;  // stands at the file; null where the body is nothing but the file
+    std::istream* m_file = nullptr;      // the body then
+    std::string m_announced;             // its length
+    std::uint64_t m_read = 0;
     std::string m_fileName;
-    std::string m_announced;  // the length of a body that is nothing but the file
 };
 
 }  // namespace devserver

@@ -38,7 +38,8 @@ std::string textOf(const rapidjson::Value& params, const char* name) {
     if (member == params.MemberEnd()) {
         return {};
     }
-    return member->value.IsString() ? member->value.GetString() : toText(member->value);
+    const rapidjson::Value& value = member->value;
+    return value.IsString() ? std::string(value.GetString(), value.GetStringLength()) : toText(value);
 }
 
 std::string needText(const rapidjson::Value& params, const char* name) {
@@ -190,17 +191,14 @@ std::string FileServices::answer(const std::string& path, const HttpRequest& req
 }
 
 FileServices::Received FileServices::receive(const Call& call, std::ostream* sink, std::uint64_t most) const {
-    std::istream* const source = call.arrived.file();
-    if (source == nullptr) {
+    if (!call.arrived.hasFile()) {
         throw WireError(kWireBadRequest, "the request brings no file behind its fields");
     }
     Pace pace(call.rule, m_stop);
     Poco::MD5Engine digest;
     Received received;
     std::vector<char> piece(pace.piece());
-    do {
-        source->read(piece.data(), static_cast<std::streamsize>(piece.size()));
-        const auto got = static_cast<std::size_t>(source->gcount());
+    while (const std::size_t got = call.arrived.read(piece.data(), piece.size())) {
         received.size += got;
         if (call.rule.hangup.value_or(kUnlimited) <= received.size || !pace.moved(got)) {
             throw HangUp();
@@ -209,14 +207,13 @@ FileServices::Received FileServices::receive(const Call& call, std::ostream* sin
             throw WireError(kWireBadRequest, "the file is longer than was announced");
         }
         digest.update(piece.data(), got);
-        if (sink != nullptr) {
-            sink->write(piece.data(), source->gcount());
+        if (sink != nullptr && !sink->write(piece.data(), static_cast<std::streamsize>(got))) {
+            break;
         }
-    } while (*source && (sink == nullptr || *sink));
+    }
     if (sink != nullptr && !sink->flush()) {
         throw WireError(kWireNoRoom, "the platform can't write to its disk");
     }
-    call.arrived.finish(received.size);
     received.digest = Poco::DigestEngine::digestToHex(digest.digest());
     checkDigest(call.params, received.digest);
     return received;

@@ -66,7 +66,8 @@ TEST(DevServer, HelpNamesEveryMisbehaviour) {
     const Outcome result = runDevServer({"--help"});
     EXPECT_EQ(0, result.exitCode);
     for (const char* name : {"delay=", "code=", "data=", "status=", "redirect=", "location=", "reply=",
-                             "garbage=", "cut=", "zone=", "servers=", "unknown=", "broken="}) {
+                             "garbage=", "cut=", "zone=", "servers=", "unknown=", "broken=", "rate=",
+                             "norange=", "flip=", "zeros=", "hangup=", "discard="}) {
         EXPECT_THAT(result.output, HasSubstr(name));
     }
 }
