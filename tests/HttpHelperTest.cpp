@@ -13,6 +13,7 @@
 #include "support/DataDir.h"
 #include "support/DevServer.h"
 #include "support/LogCapture.h"
+#include "support/Patterns.h"
 #include "support/RawHttpServer.h"
 #include "vloxlib/ConfigManager.h"
 #include "vloxlib/Context.h"
@@ -112,8 +113,9 @@ TEST_F(HttpHelperTest, WithEncryptionTheKeyGoesAlong) {
     config->setConfig(CONFIG_ENCRYPT_POLICY, ASYM_SM2);
     const RawHttpServer server(RawHttpServer::ok(R"({"code":"0"})"));
     post(server.url());
-    EXPECT_THAT(RawHttpServer::bodyOf(server.lastRequest()),
-                testing::MatchesRegex("appId=app&cryptoAlg=[^&]+&params=[^&]+(&secretKey=[^&]+)?&version=1"));
+    EXPECT_THAT(
+        RawHttpServer::bodyOf(server.lastRequest()),
+        vlox_test::IsOfPattern("appId=app&cryptoAlg=[^&]+&params=[^&]+(&secretKey=[^&]+)?&version=1"));
 }
 
 TEST_F(HttpHelperTest, TheHeaderIsLeftOutWhereItIsNotWanted) {

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "support/TempDir.h"
+#include "support/UserSettings.h"
 
 // Nothing here is linked to the library: it is seen as an application sees it that loads it at run time.
 
@@ -135,5 +136,5 @@ TEST(Readme, SampleWorks) {
     const Output output = run(SAMPLE_PROGRAM, {}, home.path());
     EXPECT_EQ(0, output.exitCode);
     EXPECT_NE(std::string::npos, output.text.find("command 7: hello")) << output.text;
-    EXPECT_TRUE(std::filesystem::exists(home.path("config/VLOX/deviceId")));
+    EXPECT_TRUE(vlox_test::storedSetting("deviceId"));
 }

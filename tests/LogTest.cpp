@@ -18,15 +18,16 @@
 #include <vector>
 
 #include "support/LogCapture.h"
+#include "support/Patterns.h"
 #include "support/TempDir.h"
 #include "vloxlib/log/LineFormatter.h"
 #include "vloxlib/log/LogQueue.h"
 
 using namespace std::chrono_literals;
-using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
+using vlox_test::IsOfPattern;
 using vlox_test::LogCapture;
 using vlox_test::TempDir;
 
@@ -134,9 +135,9 @@ TEST_F(LogTest, ALineHasItsPartsInTheFileOfTheDay) {
     start();
     vloxprint_v2(4, "C:\\sdk\\src/Unit.cpp", "vloxlib::Unit::run", 17, "100%% of {} and {0}: %s", "%d {}");
     ASSERT_TRUE(holdsWithin(5s, "100%", 1));
-    EXPECT_THAT(lines().back(),
-                testing::MatchesRegex(
-                    "[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} \\[E\\] "
+    EXPECT_THAT(
+        lines().back(),
+        IsOfPattern("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} \\[E\\] "
                     "\\[[0-9]+\\] \\[vloxlib::Unit::run 17\\] 100% of \\{\\} and \\{0\\}: %d \\{\\}"));
 }
 

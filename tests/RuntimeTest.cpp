@@ -1,4 +1,3 @@
-#include <Poco/Environment.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -12,14 +11,17 @@
 #include <functional>
 #include <future>
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "support/LogCapture.h"
+#include "support/Patterns.h"
 #include "support/RawHttpServer.h"
 #include "support/TempDir.h"
+#include "support/UserSettings.h"
 #include "vloxlib/ConfigManager.h"
 #include "vloxlib/Context.h"
 #include "vloxlib/encrypt/EncryptBridge.h"
@@ -30,6 +32,8 @@
 #include "win32/vloxCommonlib.h"
 
 using namespace vloxlib;
+using vlox_test::IsOfPattern;
+using vlox_test::storedSetting;
 using Strings = std::vector<std::string>;
 
 namespace {
@@ -477,26 +481,21 @@ namespace {
 // A place of its own for the user's settings, the data and the log.
 class StartTest : public testing::Test {
 protected:
-    StartTest() { Poco::Environment::set("XDG_CONFIG_HOME", home.path("config")); }
-
     static std::string context(ContextKey key) { return Context::getInstance()->getContext(key, "absent"); }
     int start(const char* logDir = nullptr, int deviceType = 5) {
         return initialize({0, 0, logDir}, home.path().c_str(), deviceType);
-    }
-    void storeDeviceId(const std::string& id) {
-        std::filesystem::create_directories(home.path("config/VLOX"));
-        home.write("config/VLOX/deviceId", id);
     }
     Strings filesIn(const std::string& folder) const {
         Strings files;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(home.path(folder))) {
             if (entry.is_regular_file()) {
-                files.push_back(std::filesystem::relative(entry.path(), home.path()).string());
+                files.push_back(std::filesystem::relative(entry.path(), home.path()).generic_string());
             }
         }
         return files;
     }
 
+    vlox_test::UserSettings settings;
     vlox_test::TempDir home;
 };
 
@@ -545,7 +544,8 @@ TEST_F(FirstStartTest, FillsTheContextWithoutALogger) {
     for (const int key : {7, 8, 10, 11}) {
         EXPECT_EQ("absent", context(static_cast<ContextKey>(key))) << key;
     }
-    EXPECT_EQ(Strings{"config/VLOX/deviceId"}, filesIn(""));
+    EXPECT_EQ(36U, context(CONTEXT_DEVICE_ID).size());
+    EXPECT_EQ(Strings{}, filesIn(""));
 }
 
 TEST_F(FirstStartTest, LogsUntilTheSdkIsDestroyed) {
@@ -581,21 +581,25 @@ TEST_F(FirstStartTest, PassesOnThatTheLogFileCannotBeOpened) {
     EXPECT_NE("", logged());
 }
 
-TEST_F(StartTest, DeviceIdIsMadeOnceForTheUserAlone) {
+TEST_F(StartTest, DeviceIdIsMadeOnce) {
     const std::string id = deviceId();
-    EXPECT_THAT(id,
-                testing::MatchesRegex("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}"));
-    EXPECT_EQ(Strings{"config/VLOX/deviceId"}, filesIn(""));
-    EXPECT_EQ(id, home.read("config/VLOX/deviceId")) << "plain text";
-    using std::filesystem::perms;
-    EXPECT_EQ(perms::owner_read | perms::owner_write,
-              std::filesystem::status(home.path("config/VLOX/deviceId")).permissions());
-    EXPECT_EQ(id, deviceId()) << "the second run reads it back";
-    std::filesystem::remove_all(home.path("config"));
+    EXPECT_THAT(id, IsOfPattern("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}"));
+    EXPECT_EQ(id, storedSetting("deviceId")) << "plain text";
+    EXPECT_EQ(id, deviceId()) << "read back";
+    settings.clear();
     EXPECT_NE(id, deviceId());
 }
 
-TEST_F(StartTest, DeviceIdOfAnEarlierRunIsKept) {
+TEST_F(StartTest, DeviceIdIsThatOfTheEarlierRun) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(std::exit(deviceId().size() == 36 ? 3 : 4), testing::ExitedWithCode(3), "");
+    const std::optional<std::string> first = storedSetting("deviceId");
+    EXPECT_EXIT(std::exit(deviceId() == storedSetting("deviceId") ? 3 : 4), testing::ExitedWithCode(3), "");
+    EXPECT_EQ(first, storedSetting("deviceId"));
+    EXPECT_EQ(first, deviceId());
+}
+
+TEST_F(StartTest, DeviceIdThatIsStoredIsKept) {
     struct Row {
         const char* why;
         std::string stored;
@@ -611,42 +615,31 @@ TEST_F(StartTest, DeviceIdOfAnEarlierRunIsKept) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.why);
-        storeDeviceId(row.stored);
+        settings.store("deviceId", row.stored);
         const std::string id = deviceId();
         if (row.read.empty()) {
             EXPECT_EQ(36U, id.size());
-            EXPECT_EQ(id, home.read("config/VLOX/deviceId"));
+            EXPECT_EQ(id, storedSetting("deviceId"));
         } else {
             EXPECT_EQ(row.read, id);
-            EXPECT_EQ(row.stored, home.read("config/VLOX/deviceId")) << "not written again";
+            EXPECT_EQ(row.stored, storedSetting("deviceId")) << "not written again";
         }
     }
 }
 
 TEST_F(StartTest, DeviceIdHoldsForOneRunWhereItCannotBeStored) {
-    const std::string outside = home.path("outside");
-    Poco::Environment::set("HOME", outside);
-    home.write("file", "in the way");
-    Poco::Environment::set("XDG_CONFIG_HOME", home.path("file"));
+    settings.takeAway();
     EXPECT_EQ(36U, deviceId().size());
     EXPECT_NE(deviceId(), deviceId());
-    std::filesystem::create_directories(home.path("config/VLOX/deviceId"));
-    Poco::Environment::set("XDG_CONFIG_HOME", home.path("config"));
-    EXPECT_EQ(36U, deviceId().size()) << "a folder where the file should be";
-    EXPECT_EQ(Strings{"file"}, filesIn("")) << "nothing is written elsewhere";
-
-    for (const char* unset : {"", "relative"}) {
-        Poco::Environment::set("XDG_CONFIG_HOME", unset);
-        deviceId();
-        EXPECT_TRUE(std::filesystem::exists(outside + "/.config/VLOX/deviceId")) << "the default place";
-        std::filesystem::remove_all(outside);
-    }
+    EXPECT_EQ(std::nullopt, storedSetting("deviceId"));
+    EXPECT_EQ(0, start());
+    EXPECT_EQ(36U, context(CONTEXT_DEVICE_ID).size());
 }
 
 TEST(Process, EndsCleanlyWhileTheNetworkIsWatched) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
-    vlox_test::TempDir home;
-    Poco::Environment::set("XDG_CONFIG_HOME", home.path());
+    const vlox_test::UserSettings settings;
+    const vlox_test::TempDir home;
     for (int round = 0; round < 5; ++round) {
         EXPECT_EXIT(
             {

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "support/LogCapture.h"
+#include "support/Patterns.h"
 #include "support/StoreFixture.h"
 
 using namespace vloxlib;
@@ -104,13 +105,13 @@ TEST_F(StoreTest, UnusableFileEndsTheProcessWithItsLineWritten) {
     };
     EXPECT_EXIT(
         open(m_dir.path("file")), testing::ExitedWithCode(1),
-        testing::ResultOf(logOf, testing::ContainsRegex("\\[E\\].*open sqlite file\\(.*/file/client.db\\) "
-                                                        "failed. ret=14")));
+        testing::ResultOf(logOf, vlox_test::HasPattern("\\[E\\].*open sqlite file\\(.*/file/client.db\\) "
+                                                       "failed. ret=14")));
     m_dir.write("client.db", "this is no database, and long enough to be told apart from an empty file");
     EXPECT_EXIT(
         open(m_dir.path()), testing::ExitedWithCode(1),
-        testing::ResultOf(logOf, testing::ContainsRegex("\\[E\\].*create table table_call_detail_record "
-                                                        "failed for file is not a database")));
+        testing::ResultOf(logOf, vlox_test::HasPattern("\\[E\\].*create table table_call_detail_record "
+                                                       "failed for file is not a database")));
 }
 
 TEST_F(StoreTest, SecondStoreOnOneFileEndsTheProcess) {

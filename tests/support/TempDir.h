@@ -9,7 +9,7 @@
 
 namespace vlox_test {
 
-/// A directory of the test's own, removed with everything in it at the end.
+/// A directory of the test's own, removed with everything in it at the end. Names are UTF-8.
 class TempDir {
 public:
     TempDir() {
@@ -25,19 +25,23 @@ public:
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
 
-    std::string path() const { return m_path.string(); }
-    std::string path(const std::string& name) const { return (m_path / name).string(); }
+    std::string path() const { return m_path.u8string(); }
+    std::string path(const std::string& name) const { return pathOf(name).u8string(); }
 
     void write(const std::string& name, const std::string& content) const {
-        std::ofstream(m_path / name, std::ios::binary) << content;
+        std::ofstream(pathOf(name), std::ios::binary) << content;
     }
     std::string read(const std::string& name) const {
         std::ostringstream content;
-        content << std::ifstream(m_path / name, std::ios::binary).rdbuf();
+        content << std::ifstream(pathOf(name), std::ios::binary).rdbuf();
         return content.str();
     }
 
 private:
+    std::filesystem::path pathOf(const std::string& name) const {
+        return m_path / std::filesystem::u8path(name);
+    }
+
     std::filesystem::path m_path;
 };
 
