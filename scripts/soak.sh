@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Kills a program that works the store, again and again: scripts/soak.sh [minutes], 10 by default.
-# Prints kills, acknowledged operations and losses; fails on the first kind of loss.
+# Kills a program that works a store, a log or a resolver's cache, again and again: scripts/soak.sh [minutes], 10 by
+# default. Prints kills, acknowledged operations and losses; fails when there was a loss.
 set -euo pipefail
 source "$(dirname "$0")/setup.sh"
 

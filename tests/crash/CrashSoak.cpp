@@ -1,16 +1,52 @@
-// Kills the store's worker for so many minutes and prints what came of it: crash_soak [minutes]
+// Kills the worker for so many minutes and prints what came of it: crash_soak [minutes]
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
 
-#include "crash/CrashRun.h"
+#include "crash/CacheCrash.h"
+#include "crash/LogCrash.h"
+#include "crash/StoreCrash.h"
 #include "support/TempDir.h"
+
+using vlox_test::CacheCrash;
+using vlox_test::CrashRun;
+using vlox_test::LogCrash;
+using vlox_test::StoreCrash;
+using vlox_test::TempDir;
 
 namespace {
 
-constexpr long kKillsPerFile = 100;
-constexpr long kMigrationEvery = 10;
+constexpr int kKillsPerRound = 10;
+constexpr int kRoundsPerFile = 10;
+
+struct Sum {
+    explicit Sum(const char* what) : name(what) {}
+
+    void add(const CrashRun& run) {
+        for (const std::string& loss : run.losses()) {
+            std::printf("LOSS: %s\n", loss.c_str());
+        }
+        kills += run.kills();
+        operations += run.operations();
+        losses += run.losses().size();
+    }
+    void print() const {
+        std::printf("%s: %ld kills, %ld acknowledged operations, %zu losses\n", name, kills, operations,
+                    losses);
+    }
+
+    const char* name;
+    long kills = 0;
+    long operations = 0;
+    std::size_t losses = 0;
+};
+
+void killOften(CrashRun& run) {
+    for (int kill = 0; kill < kKillsPerRound; ++kill) {
+        run.killOnce();
+    }
+}
 
 }  // namespace
 
@@ -22,29 +58,32 @@ int main(int argc, char** argv) {
     }
     const auto end =
         std::chrono::steady_clock::now() + std::chrono::duration<double, std::ratio<60>>(minutes);
-    const unsigned seed = std::random_device{}();
+    unsigned seed = std::random_device{}();
     std::printf("seed %u\n", seed);
-    long kills = 0;
-    long operations = 0;
-    std::size_t losses = 0;
-    for (unsigned file = 0; std::chrono::steady_clock::now() < end; ++file) {
-        const vlox_test::TempDir dir;
-        vlox_test::CrashRun run(dir.path(), seed + file);
-        while (run.kills() < kKillsPerFile && std::chrono::steady_clock::now() < end) {
-            run.killOnce();
-            if (run.kills() % kMigrationEvery == 0) {
-                const vlox_test::TempDir old;
-                run.killMigration(old.path());
-            }
+    Sum ofStore("store");
+    Sum ofLog("log");
+    Sum ofCache("resolver cache");
+    while (std::chrono::steady_clock::now() < end) {
+        const TempDir storeDir;
+        const TempDir logDir;
+        const TempDir cacheDir;
+        StoreCrash store(storeDir.path(), seed++);
+        LogCrash log(logDir.path(), seed++);
+        CacheCrash cache(cacheDir.path(), seed++);
+        for (int round = 0; round < kRoundsPerFile && std::chrono::steady_clock::now() < end; ++round) {
+            killOften(store);
+            const TempDir old;
+            store.killMigration(old.path());
+            killOften(log);
+            killOften(cache);
         }
-        for (const std::string& loss : run.losses()) {
-            std::printf("LOSS (file %u): %s\n", file, loss.c_str());
+        ofStore.add(store);
+        ofLog.add(log);
+        ofCache.add(cache);
+        for (const Sum* sum : {&ofStore, &ofLog, &ofCache}) {
+            sum->print();
         }
-        kills += run.kills();
-        operations += run.operations();
-        losses += run.losses().size();
-        std::printf("%ld kills, %ld acknowledged operations, %zu losses\n", kills, operations, losses);
         std::fflush(stdout);
     }
-    return losses == 0 ? 0 : 1;
+    return ofStore.losses + ofLog.losses + ofCache.losses == 0 ? 0 : 1;
 }
