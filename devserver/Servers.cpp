@@ -22,39 +22,31 @@ const TlsServer kTlsServers[] = {
     {"clientCertificate", "server.pem", ClientCertificate::Needed},
 };
 
-std::vector<net::ServerSocket> tlsSockets(const std::string& host, const TestAuthority& authority) {
-    std::vector<net::ServerSocket> sockets;
-    for (const TlsServer& server : kTlsServers) {
-        sockets.push_back(boundTlsSocket(host, authority.file(server.certificate), authority.authorityFile(),
-                                         server.client));
-    }
-    return sockets;
-}
-
 }  // namespace
 
 // The first address keeps its socket also where nobody answers, so that no other process gets its port.
 Servers::Servers(Platform& platform, const Options& options, const std::optional<TestAuthority>& authority)
     : m_primary(boundSocket(options.host, options.port)) {
-    std::vector<net::ServerSocket> answering;
+    const auto serve = [&](net::ServerSocket socket, unsigned short tlsPort) {
+        listenOn(socket);
+        m_servers.emplace_back(platform, socket, options.threads, Ports{port(), tlsPort});
+    };
     if (authority) {
-        answering = tlsSockets(options.host, *authority);
-        for (std::size_t i = 0; i < answering.size(); ++i) {
-            m_tlsPorts.push_back({kTlsServers[i].name, answering[i].address().port()});
+        for (const TlsServer& server : kTlsServers) {
+            const net::ServerSocket socket = boundTlsSocket(options.host, authority->file(server.certificate),
+                                                            authority->authorityFile(), server.client);
+            m_tlsPorts.push_back({server.name, socket.address().port()});
+            serve(socket, m_tlsPorts.back().port);  // who comes there is to stay there
         }
     }
+    const unsigned short tlsPort = authority ? m_tlsPorts.front().port : port();
     if (options.primary == Primary::Answers) {
-        answering.push_back(m_primary);
+        serve(m_primary, tlsPort);
     } else if (options.primary == Primary::Silent) {
         listenOn(m_primary);
     }
     if (!options.alsoHost.empty()) {
-        answering.push_back(boundSocket(options.alsoHost, port()));
-    }
-    const Ports ports{port(), m_tlsPorts.empty() ? port() : m_tlsPorts.front().port};
-    for (net::ServerSocket& socket : answering) {
-        listenOn(socket);
-        m_servers.emplace_back(platform, socket, options.threads, ports);
+        serve(boundSocket(options.alsoHost, port()), tlsPort);
     }
 }
 

@@ -6,6 +6,8 @@
 #     --fresh               forget what an earlier run left in the directory
 #     --keep                go on in a directory whose earlier run had finished, instead of starting afresh
 #     --crypto <name>       sm2-aes (the default), sm2-sm4, sm9-aes, sm9-sm4, none
+#     --https               the platform answers over TLS, under a certificate of its own authority
+#     --https-mutual        the same, and the application shows a certificate too
 #     --senders <n>         requests, or slices of the file, under way at one time (4)
 #     --chunk <bytes>       length of a slice of the file (4194304)
 #     --delay <ms>          the platform answers so late
@@ -25,6 +27,7 @@ needs_number() {
 from_caller() { [[ $1 = /* ]] && echo "$1" || echo "$caller/$1"; }
 
 messages='' file='' chunk='' directory=$PWD/demo-data fresh='' keep='' delay=0 rule='' every=1 senders=4 crypto=sm2-aes
+https=''
 while (($#)); do
     case $1 in
     --help | -h) echo "$usage" && exit ;;
@@ -37,6 +40,7 @@ while (($#)); do
             vlox_refuse "--crypto is one of none, sm2-aes, sm2-sm4, sm9-aes, sm9-sm4"
         crypto=$2 && shift
         ;;
+    --https | --https-mutual) https=$1 ;;
     --file) needs_value "$@" && file=$(from_caller "$2") && shift ;;
     --chunk) needs_number "$@" && chunk=$2 && shift ;;
     --senders) needs_number "$@" && senders=$2 && shift ;;
@@ -88,14 +92,20 @@ take_directory() {
 start_platform() {
     local options=(--stop-on-eof --final-stats --keys "$directory/keys" --files "$directory/files")
     [[ -z $rule ]] || options+=(--misbehave "$rule" --every "$every")
+    [[ -z $https ]] || options+=(--tls)
     coproc platform { exec build/installed/bin/vlox-devserver "${options[@]}" 9>&-; }
     platform_pid=$!
     platform_input=${platform[1]} platform_output=${platform[0]}
     read -r line <&"$platform_output" || exit 2
     # By name, as customers do: so the resolver and its cache have their part.
-    line=$(jq -c '(.url |= sub("//127.0.0.1:"; "//localhost:")) | .host = "localhost"' <<<"$line")
+    line=$(jq -c '(.url, .httpsUrl // empty) |= sub("//127.0.0.1:"; "//localhost:") | .host = "localhost"' <<<"$line")
     echo "$line" >"$directory/platform.json"
-    jq -r '"platform at \(.url), process \(.pid)"' <<<"$line"
+    local where='.url'
+    case $https in
+    --https) where='.httpsUrl' ;;
+    --https-mutual) where='"https://\(.host):\(.tls.ports.clientCertificate)"' ;;
+    esac
+    jq -r "\"platform at \\($where), process \\(.pid)\"" <<<"$line"
 }
 
 stop_platform() {
@@ -109,6 +119,7 @@ run_application() {
     local options=(--platform "$directory/platform.json" --dir "$directory" --senders "$senders"
         --crypto "$crypto" --summary "$directory/summary.json" --stop-on-eof)
     [[ ! -t 1 ]] || options+=(--progress-line)
+    [[ -z $https ]] || options+=("$https")
     [[ -z $chunk ]] || options+=(--chunk "$chunk")
     if [[ -n $file ]]; then options+=(--file "$file"); else options+=("$messages"); fi
     [[ -p $directory/alive ]] || mkfifo "$directory/alive"

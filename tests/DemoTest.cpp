@@ -34,13 +34,35 @@ TEST_F(DemoTest, EveryWayOfEncryptingDoesIt) {
         SCOPED_TRACE(crypto);
         std::filesystem::remove_all(m_dir.path("data"));
         serve({"--keys", m_dir.path("keys")});
-        ASSERT_EQ(0, Run(*this, VLOX_MESSAGES_PATH, crypto).wait()) << output();
+        ASSERT_EQ(0, Run(*this, VLOX_MESSAGES_PATH, {"--crypto", crypto}).wait()) << output();
         EXPECT_EQ(sent(), echoed());
         const bool plain = crypto == std::string("none");
         EXPECT_EQ(plain ? 0 : 1, server().count("unwrappedKeys"));
         EXPECT_EQ(plain ? 0 : static_cast<long long>(sent().size()), server().count("encryptedRequests"));
         EXPECT_EQ(plain ? static_cast<long long>(sent().size()) : 0, server().count("plainRequests"));
     }
+}
+
+TEST_F(DemoTest, OverTlsItTrustsTheAuthorityOfThePlatformAlone) {
+    serve({"--tls", "--keys", m_dir.path("keys")});
+    for (const char* how : {"--https", "--https-mutual"}) {
+        SCOPED_TRACE(how);
+        std::filesystem::remove_all(m_dir.path("data"));
+        ASSERT_EQ(0, Run(*this, VLOX_MESSAGES_PATH, {how}).wait()) << output();
+        EXPECT_EQ(sent(), echoed());
+    }
+    const long long arrived = server().count("encryptedRequests");
+    EXPECT_EQ(2 * static_cast<long long>(sent().size()), arrived);
+
+    rapidjson::Document line;
+    line.Parse(server().firstLine().c_str());
+    line["tls"]["ports"]["good"] = line["tls"]["ports"]["unknownAuthority"].GetInt();
+    m_dir.write("platform.json", toText(line));
+    std::filesystem::remove_all(m_dir.path("data"));
+    ASSERT_EQ(0, Run(*this, messages(R"({"qos":"once"})"), {"--https"}).wait()) << output();
+    ASSERT_EQ(1U, results().size());
+    EXPECT_EQ(-199, results().begin()->second.code);
+    EXPECT_EQ(arrived, server().count("encryptedRequests"));
 }
 
 TEST_F(DemoTest, LosesNothingWhenKilledAtRandomMoments) {

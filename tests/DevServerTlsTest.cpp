@@ -160,14 +160,18 @@ TEST_F(DevServerTls, SpeaksTheWholeWireFormatOverTls) {
 
     fields = "params=" + Base64::encode(R"({"domainName":"x"})");
     client.set(CURLOPT_POSTFIELDS, fields.c_str());
-    const std::string plain = std::to_string(server.port());
-    const std::string tls = std::to_string(server.line()["tls"]["ports"]["good"].GetInt());
-    const std::string address =
-        R"({"serverAddr":"127.0.0.1","port":)" + plain + R"(,"httpsPort":)" + tls + "}";
-    for (const std::string& url : {server.url(), server.httpsUrl("good"), server.httpsUrl("expired")}) {
-        client.set(CURLOPT_SSL_VERIFYPEER, 0L);
-        EXPECT_EQ(CURLE_OK, client.get(url + "/server/address/query/@servers=1"));
-        const std::string data = R"([{"type":"PCS","serverList":[)" + address + "]},";
+    client.set(CURLOPT_SSL_VERIFYPEER, 0L);
+    const struct {
+        std::string from;
+        const char* tlsPort;
+    } queries[] = {
+        {server.url(), "good"}, {server.httpsUrl("good"), "good"}, {server.httpsUrl("expired"), "expired"}};
+    for (const auto& [from, tlsPort] : queries) {
+        const int port = server.line()["tls"]["ports"][tlsPort].GetInt();
+        const std::string data = R"([{"type":"PCS","serverList":[{"serverAddr":"127.0.0.1","port":)" +
+                                 std::to_string(server.port()) + R"(,"httpsPort":)" + std::to_string(port) +
+                                 "}]},";
+        EXPECT_EQ(CURLE_OK, client.get(from + "/server/address/query"));
         // Whole groups of three bytes, so that the text's beginning is its Base64's beginning.
         EXPECT_THAT(client.body(), HasSubstr(Base64::encode(data.substr(0, data.size() / 3 * 3))));
     }

@@ -1,6 +1,7 @@
 #ifndef APP_CLIENT_H
 #define APP_CLIENT_H
 
+#include <rapidjson/document.h>
 #include <vloxlib/Types.h>
 
 #include <functional>
@@ -31,6 +32,8 @@ public:
 
 private:
     void configure(const std::string& platform, const Options& options) const;
+    void configureTls(const rapidjson::Value& tls, Transport transport) const;
+    void configureCrypto(const rapidjson::Value& told, const Crypto& crypto) const;
 
     __int64 m_id = -1;
     vloxlib::VloxModuleAbstract* m_module = nullptr;  // the library's once it is loaded

@@ -48,6 +48,10 @@ Options parseOptions(int argc, char** argv) {
             options.summary = value();
         } else if (argument == "--crypto") {
             options.crypto = cryptoOf(value());
+        } else if (argument == "--https") {
+            options.transport = Transport::HTTPS;
+        } else if (argument == "--https-mutual") {
+            options.transport = Transport::HTTPS_MUTUAL;
         } else if (argument == "--senders") {
             options.senders = number(argument, value(), 1, 100);
         } else if (argument == "--file") {
@@ -66,8 +70,9 @@ Options parseOptions(int argc, char** argv) {
     }
     if (options.messages.empty() == options.file.empty() || options.platform.empty()) {
         throw OptionError(
-            "usage: vlox-messenger --platform <file> [--dir <directory>] [--crypto <name>] [--senders <n>] "
-            "[--summary <file>] [--progress-line] [--stop-on-eof] <messages.jsonl> | --file <path> [--chunk "
+            "usage: vlox-messenger --platform <file> [--dir <directory>] [--crypto <name>] "
+            "[--https | --https-mutual] [--senders <n>] [--summary <file>] [--progress-line] [--stop-on-eof] "
+            "<messages.jsonl> | --file <path> [--chunk "
             "<bytes>]");
     }
     if (options.file.empty() && !std::filesystem::is_regular_file(options.messages)) {

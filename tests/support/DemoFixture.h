@@ -65,13 +65,10 @@ protected:
     /// One run of the application; what it prints is in a file afterwards.
     class Run {
     public:
-        Run(const DemoTest& test, const std::string& file, const std::string& crypto = "sm2-aes")
+        Run(const DemoTest& test, const std::string& file, const std::vector<std::string>& options = {})
             : m_dir(test.m_dir),
-              m_process(Poco::Process::launch(
-                  VLOX_MESSENGER_PATH,
-                  {"--platform", m_dir.path("platform.json"), "--dir", m_dir.path("data"), "--summary",
-                   m_dir.path("summary.json"), "--crypto", crypto, file},
-                  nullptr, &m_pipe, &m_pipe)),
+              m_process(Poco::Process::launch(VLOX_MESSENGER_PATH, arguments(options, file), nullptr, &m_pipe,
+                                              &m_pipe)),
               m_printed(std::async(std::launch::async, [this] {
                   Poco::PipeInputStream stream(m_pipe);
                   return std::string{std::istreambuf_iterator<char>(stream), {}};
@@ -86,6 +83,13 @@ protected:
         }
 
     private:
+        std::vector<std::string> arguments(std::vector<std::string> options, const std::string& file) const {
+            options.insert(options.end(),
+                           {"--platform", m_dir.path("platform.json"), "--dir", m_dir.path("data"),
+                            "--summary", m_dir.path("summary.json"), file});
+            return options;
+        }
+
         const TempDir& m_dir;
         Poco::Pipe m_pipe;
         Poco::ProcessHandle m_process;  // stays below the pipe, which its launch fills
