@@ -149,7 +149,8 @@ TEST_F(TlsTest, AnAuthorityIsATextOrAFileOrAmongMany) {
     const std::string broken = unknown.substr(0, unknown.size() / 2) + "\n";
     files.write("authority.pem", authority);
     files.write("unknown.pem", unknown);
-    files.write("autorité.pem", authority);
+    const std::string beyondAscii = files.path() + "/autorité.pem";
+    ASSERT_EQ(0, FileUtil::writeFileContent(beyondAscii, authority));
     files.write("broken.pem", broken + authority);
     const struct {
         const char* why;
@@ -162,7 +163,7 @@ TEST_F(TlsTest, AnAuthorityIsATextOrAFileOrAmongMany) {
         {"both", authority, files.path("authority.pem"), 0},
         {"the text beside another file", authority, files.path("unknown.pem"), 0},
         {"the file beside another text", unknown, files.path("authority.pem"), 0},
-        {"a name beyond ASCII", "", files.path("autorité.pem"), 0},
+        {"a name beyond ASCII", "", beyondAscii, 0},
         {"the text, though the file is missing", authority, files.path("nowhere.pem"), 0},
         {"many in a text", unknown + authority, "", 0},
         {"behind a malformed one", broken + authority, "", 0},
@@ -195,7 +196,8 @@ TEST_F(TlsTest, AClientShowsItsCertificate) {
         contentOf(other("unknown-authority.pem")) + contentOf(other("unknown-authority.key"));
     files.write("client.pem", client);
     files.write("stranger.pem", stranger);
-    files.write("cliënt.pem", client);
+    const std::string beyondAscii = files.path() + "/cliënt.pem";
+    ASSERT_EQ(0, FileUtil::writeFileContent(beyondAscii, client));
     files.write("empty.pem", "");
     const struct {
         const char* why;
@@ -207,7 +209,7 @@ TEST_F(TlsTest, AClientShowsItsCertificate) {
     } rows[] = {
         {"text", client, "", password, 0, nullptr},
         {"file", "", files.path("client.pem"), password, 0, nullptr},
-        {"a name beyond ASCII", "", files.path("cliënt.pem"), password, 0, nullptr},
+        {"a name beyond ASCII", "", beyondAscii, password, 0, nullptr},
         {"both", client, files.path("client.pem"), password, 0, nullptr},
         {"the text goes first", client, files.path("stranger.pem"), password, 0, nullptr},
         {"the text goes first, wrong as it is", stranger, files.path("client.pem"), password, kRefused,

@@ -91,7 +91,6 @@ public:
         curl_easy_setopt(m_curl, CURLOPT_POSTFIELDS, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_CUSTOMREQUEST, nullptr);
         curl_easy_setopt(m_curl, CURLOPT_HTTPGET, 1L);
-        curl_easy_setopt(m_curl, CURLOPT_SSL_CTX_DATA, nullptr);
     }
 
 private:
@@ -198,8 +197,8 @@ int HttpClient::syncCommonParams(std::shared_ptr<QosParams> qos) {
     TlsSettings tls = tlsSettings();
     // A handle keeps connections and sessions that were verified by its settings: other settings get another.
     if (!m_curl || !(*m_tlsSettings == tls)) {
-        m_curl.reset(curl_easy_init(), &curl_easy_cleanup);
         m_tlsSettings = std::make_shared<const TlsSettings>(std::move(tls));
+        m_curl.reset(curl_easy_init(), &curl_easy_cleanup);
         HttpRequestShare::instance();
         HttpRequestShare::setShareHandle(m_curl.get());
         initialSSLProperty(m_curl.get());
@@ -322,7 +321,6 @@ long HttpClient::transfer(long* httpCode) {
     const LentToCurl lent(curl);
     curl_easy_setopt(curl, CURLOPT_RESOLVE, resolve.get());
     curl_easy_setopt(curl, CURLOPT_HEADERDATA, this);
-    curl_easy_setopt(curl, CURLOPT_SSL_CTX_DATA, m_tlsSettings.get());
     curl_easy_setopt(curl, CURLOPT_HTTPHEADER, m_headerList.get());
     m_curlCode = curl_easy_perform(curl);
     long status = 0;

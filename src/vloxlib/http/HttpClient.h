@@ -179,8 +179,8 @@ private:
 
     static std::mutex m_sslInitmutex;
 
+    std::shared_ptr<const TlsSettings> m_tlsSettings;  // those of m_curl, which points to them
     std::shared_ptr<void> m_curl;
-    std::shared_ptr<const TlsSettings> m_tlsSettings;  // those that m_curl has been given
     std::shared_ptr<curl_slist> m_headerList;
     SecurityPolicy m_securityPolicy = SECURITY_POLICY_PLAIN;
     std::string m_actionId;

@@ -52,10 +52,8 @@ CURLcode guarded(const Step& step) {
 }
 
 CURLcode sslctx_ca_function(CURL*, void* context, void* settings) {
-    return guarded([&] {
-        const auto& tls = *static_cast<const TlsSettings*>(settings);
-        tls.trusted->addTo(static_cast<SSL_CTX*>(context));
-    });
+    return guarded(
+        [&] { static_cast<const TlsSettings*>(settings)->trusted->addTo(static_cast<SSL_CTX*>(context)); });
 }
 
 CURLcode sslctx_client_function(CURL* curl, void* context, void* settings) {
@@ -105,6 +103,7 @@ TlsSettings HttpClient::tlsSettings() const {
 }
 
 void HttpClient::initialSSLProperty(void* curl) const {
+    curl_easy_setopt(curl, CURLOPT_SSL_CTX_DATA, m_tlsSettings.get());
     switch (m_securityPolicy) {
         case SECURITY_POLICY_PLAIN:
             return;
