@@ -2,8 +2,9 @@
 # have of it, and of libcurl and RapidJSON the headers only.
 set_target_properties(vlox_common PROPERTIES PREFIX "")
 target_link_libraries(vlox_common PRIVATE CURL::libcurl)
+get_target_property(vlox_curl_headers CURL::libcurl INTERFACE_INCLUDE_DIRECTORIES)
 target_include_directories(vlox_common SYSTEM INTERFACE
-  $<BUILD_INTERFACE:$<TARGET_PROPERTY:CURL::libcurl,INTERFACE_INCLUDE_DIRECTORIES>>
+  $<BUILD_INTERFACE:${vlox_curl_headers}>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 
 # An import library in the form of other linkers, with the plain names: no other family of compilers calls the

@@ -51,9 +51,7 @@ recipe_curl() {
 
 recipe_poco() {
     # It spells headers of Windows in capitals, which only a file system of Windows takes for the same.
-    mkdir capitals
-    echo '#include <winsock2.h>' >capitals/Winsock2.h
-    echo '#include <iphlpapi.h>' >capitals/Iphlpapi.h
+    sed -i 's/<Winsock2.h>/<winsock2.h>/; s/<Iphlpapi.h>/<iphlpapi.h>/' Foundation/include/Poco/UnWindows.h
     # A macro of a newer Windows header has the name of an enumerator.
     sed -i '0,/^namespace Poco/s//#undef TIMESTAMP_REQUEST\nnamespace Poco/' Net/include/Poco/Net/ICMPv4PacketImpl.h
     local off=() part
@@ -62,8 +60,7 @@ recipe_poco() {
         off+=(-D "ENABLE_$part=OFF")
     done
     recipe_helper_cmake "${off[@]}" -D CMAKE_MC_COMPILER="$(command -v "$triple-windmc")" \
-        -D CMAKE_CXX_FLAGS="-I$PWD/capitals -DWIN32_LEAN_AND_MEAN -DNOMINMAX -D_WIN32_WINNT=0x0A00 \
-            -ffunction-sections -fdata-sections"
+        -D CMAKE_CXX_FLAGS="-DWIN32_LEAN_AND_MEAN -DNOMINMAX -D_WIN32_WINNT=0x0A00 -ffunction-sections -fdata-sections"
 }
 
 # What changes the meaning of a statement or of a file is set as in the Linux library.
