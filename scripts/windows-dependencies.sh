@@ -61,6 +61,10 @@ recipe_poco() {
     done
     recipe_helper_cmake "${off[@]}" -D CMAKE_MC_COMPILER="$(command -v "$triple-windmc")" \
         -D CMAKE_CXX_FLAGS="-DWIN32_LEAN_AND_MEAN -DNOMINMAX -D_WIN32_WINNT=0x0A00 -ffunction-sections -fdata-sections"
+    # The sockets of Windows are started by an object of the library that nothing refers to: a static library
+    # would leave it out.
+    echo 'target_link_options(Poco::Net INTERFACE LINKER:--undefined=_ZN4Poco3Net17initializeNetworkEv)' \
+        >>"$prefix/cmake/PocoNetConfig.cmake"
 }
 
 # What changes the meaning of a statement or of a file is set as in the Linux library.

@@ -1,17 +1,18 @@
 // Stands for a program of the Linux machine that a test under Wine starts: same arguments, standard input and
 // output and exit code. Wine starts such programs but can't hand them a pipe, so that a connection goes
 // between.
-#include <fcntl.h>
-#include <io.h>
-#include <windows.h>
-// after <windows.h>
-#include <shellapi.h>
-
 #include <Poco/Exception.h>
 #include <Poco/Net/ServerSocket.h>
 #include <Poco/Net/StreamSocket.h>
 #include <Poco/Process.h>
 #include <Poco/UnicodeConverter.h>
+
+#include <fcntl.h>
+#include <io.h>
+// as POCO includes it, which wants to be the first
+#include <windows.h>
+// after <windows.h>
+#include <shellapi.h>
 
 #include <array>
 #include <cstdio>
