@@ -91,7 +91,7 @@ Outcome Download::judgeFetch(const FileService::Reply& reply, int64 offset, long
         return startAnew(reply.code);
     }
     if (reply.code == 0) {
-        return partialSize() < m_task.size ? Outcome{Outcome::AGAIN, FILES_CODE_DIGEST, ""} : Outcome();
+        return partialSize() < m_task.size ? startAnew(FILES_CODE_DIGEST) : Outcome();
     }
     return judge(reply, m_transfers);
 }

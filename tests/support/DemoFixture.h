@@ -65,10 +65,13 @@ protected:
     /// One run of the application; what it prints is in a file afterwards.
     class Run {
     public:
-        Run(const DemoTest& test, const std::string& file, const std::vector<std::string>& options = {})
+        Run(const DemoTest& test, const std::string& file, std::vector<std::string> options = {})
+            : Run(test, with(std::move(options), file), std::vector<std::string>{}) {}
+        /// @param launcher a command that runs what stands behind it; empty: none
+        Run(const DemoTest& test, const std::vector<std::string>& options,
+            const std::vector<std::string>& launcher = {})
             : m_dir(test.m_dir),
-              m_process(Poco::Process::launch(VLOX_MESSENGER_PATH, arguments(options, file), nullptr, &m_pipe,
-                                              &m_pipe)),
+              m_process(launch(command(options, launcher), m_pipe)),
               m_printed(std::async(std::launch::async, [this] {
                   Poco::PipeInputStream stream(m_pipe);
                   return std::string{std::istreambuf_iterator<char>(stream), {}};
@@ -83,11 +86,20 @@ protected:
         }
 
     private:
-        std::vector<std::string> arguments(std::vector<std::string> options, const std::string& file) const {
-            options.insert(options.end(),
-                           {"--platform", m_dir.path("platform.json"), "--dir", m_dir.path("data"),
-                            "--summary", m_dir.path("summary.json"), file});
+        static std::vector<std::string> with(std::vector<std::string> options, const std::string& last) {
+            options.push_back(last);
             return options;
+        }
+        std::vector<std::string> command(const std::vector<std::string>& options,
+                                         std::vector<std::string> all) const {
+            all.insert(all.end(), {VLOX_MESSENGER_PATH, "--platform", m_dir.path("platform.json"), "--dir",
+                                   m_dir.path("data"), "--summary", m_dir.path("summary.json")});
+            all.insert(all.end(), options.begin(), options.end());
+            return all;
+        }
+        static Poco::ProcessHandle launch(const std::vector<std::string>& command, Poco::Pipe& output) {
+            const std::vector<std::string> arguments(command.begin() + 1, command.end());
+            return Poco::Process::launch(command.front(), arguments, nullptr, &output, &output);
         }
 
         const TempDir& m_dir;
