@@ -22,8 +22,8 @@ protected:
     }
 
     void servePlatform(const std::string& rule = "delay=0", const std::string& every = "1") {
-        serve({"--files", m_dir.path("store"), "--keys", m_dir.path("keys"), "--misbehave", rule, "--every",
-               every});
+        serve({"--tls", "--files", m_dir.path("store"), "--keys", m_dir.path("keys"), "--misbehave", rule,
+               "--every", every});
     }
     std::vector<std::string> options(const std::string& file = "source", int chunk = kChunk) const {
         return {"--file", m_dir.path(file), "--chunk", std::to_string(chunk)};
