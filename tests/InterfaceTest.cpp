@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -13,8 +15,10 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "support/ExportedNames.h"
 #include "support/TempDir.h"
 #include "support/UserSettings.h"
 
@@ -51,19 +55,6 @@ std::map<std::string, std::string> expectedNames() {
     return names;
 }
 
-// Decorated names and those of compiler and linker begin with an underscore.
-std::set<std::string> exportedPlainNames() {
-    std::set<std::string> names;
-    std::istringstream table(run(NM_PROGRAM, {"-D", "--defined-only", "--format=posix", LIBRARY_FILE}).text);
-    for (std::string line; std::getline(table, line);) {
-        const std::string name = line.substr(0, line.find_first_of(" @"));
-        if (name.front() != '_') {
-            names.insert(name);
-        }
-    }
-    return names;
-}
-
 class Library {
 public:
     Library() : m_library(LIBRARY_FILE, Poco::SharedLibrary::SHLIB_LOCAL) {}
@@ -94,17 +85,23 @@ TEST(Interface, HasExactlyThePlainNamesOfTheList) {
         expected.insert(name.first);
     }
     ASSERT_EQ(431U + 21U, expected.size()) << "the list itself is cut short";
-    EXPECT_EQ(expected, exportedPlainNames());
+    // Decorated names and those of compiler and linker begin with an underscore.
+    std::set<std::string> exported;
+    for (const std::string& name : vlox_test::exportedNames(LIBRARY_FILE)) {
+        if (name.front() != '_') {
+            exported.insert(name);
+        }
+    }
+    EXPECT_EQ(expected, exported);
 }
 
-TEST(Interface, ConstantsKeepTheirValues) {
+TEST(Interface, FunctionsAreFoundByNameAndConstantsKeepTheirValues) {
     Library library;
     for (const auto& [name, value] : expectedNames()) {
         SCOPED_TRACE(name);
         if (value.empty()) {
-            continue;
-        }
-        if (name.find("SYMBOL_") == 0) {
+            EXPECT_NE(nullptr, library.find<void>(name)) << "a function";
+        } else if (name.find("SYMBOL_") == 0) {
             EXPECT_EQ(value.front(), *library.find<const char>(name));
         } else {
             EXPECT_EQ(value, *library.find<const char* const>(name));
@@ -127,6 +124,53 @@ TEST(Interface, WorksWhenOpenedAtRunTimeAndOutlivesBeingClosed) {
         EXPECT_EQ(again, id == firstId) << "its threads go on, and so does its state";
         firstId = id;
         EXPECT_EQ(0, library.find<int()>("destroySDK")());
+    }
+}
+
+// Without destroySDK(): the library has to see to its lines by itself, wherever its own thread and those of
+// the application stand when the process ends.
+TEST(Interface, LinesLoggedBeforeTheProcessEndsAreWritten) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const vlox_test::TempDir home;
+    const char* const shared = "VLOX_INTERFACE_TEST_DIRECTORY";  // the child's, too
+    if (!Poco::Environment::has(shared)) {
+        Poco::Environment::set(shared, home.path());
+    }
+    const std::string directory = Poco::Environment::get(shared);
+    for (int round = 0; round < 10; ++round) {
+        EXPECT_EXIT(
+            {
+                auto& library = *new Library;
+                library.find<int(LogParam, const char*, int)>("initialize")({2, 0, directory.c_str()},
+                                                                            directory.c_str(), 0);
+                using Print = int(int, const char*, const char*, int, const char*, ...);
+                Print* const print = library.find<Print>("vloxprint_v2");
+                std::atomic<int> background{0};
+                std::thread([&] {
+                    for (;;) {
+                        print(2, "f.cpp", "f", 1, "endless %d", ++background);
+                    }
+                }).detach();
+                while (background < 100) {
+                    std::this_thread::yield();
+                }
+                for (int i = 0; i < 500; ++i) {
+                    print(2, "f.cpp", "f", 1, "round line %d", i);
+                }
+                std::exit(3);
+            },
+            testing::ExitedWithCode(3), "");
+    }
+    std::map<std::string, int> times;
+    for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+        std::ifstream log(entry.path());
+        for (std::string line; std::getline(log, line);) {
+            const auto place = line.find("round line ");
+            times[line.substr(std::min(place, line.size()))] += place == std::string::npos ? 0 : 1;
+        }
+    }
+    for (int i = 0; i < 500; ++i) {
+        EXPECT_LE(10, times["round line " + std::to_string(i)]) << i;
     }
 }
 

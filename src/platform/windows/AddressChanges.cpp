@@ -8,29 +8,44 @@
 
 namespace vloxlib::platform {
 
+namespace {
+
+// The system writes into it until it is answered.
+struct Request {
+    const Handle answered{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+    OVERLAPPED words{};
+
+    // @return false when there will be no answer.
+    bool ask() {
+        words = OVERLAPPED{};
+        words.hEvent = answered.get();
+        HANDLE source = nullptr;  // the system's own, not to be closed
+        return answered && NotifyAddrChange(&source, &words) == ERROR_IO_PENDING;
+    }
+    void await() const { WaitForSingleObject(answered.get(), INFINITE); }
+};
+
+}  // namespace
+
 // A request stands from construction on, and a new one as soon as one is answered: so no change falls between
 // two calls of wait().
 struct AddressChanges::Native {
-    const Handle changed{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
-    OVERLAPPED request{};
-    bool pending = false;
+    std::unique_ptr<Request> request = std::make_unique<Request>();
+    bool pending = request->ask();
 
-    Native() { ask(); }
-    // The system writes into the request until it is answered.
+    Native() = default;
     ~Native() {
-        if (pending && CancelIPChangeNotify(&request) != FALSE) {
-            WaitForSingleObject(changed.get(), INFINITE);
+        if (!pending) {
+            return;
+        }
+        if (CancelIPChangeNotify(&request->words) != FALSE) {
+            request->await();
+        } else {
+            request.release();  // the system's for good
         }
     }
     Native(const Native&) = delete;
     Native& operator=(const Native&) = delete;
-
-    void ask() {
-        request = OVERLAPPED{};
-        request.hEvent = changed.get();
-        HANDLE source = nullptr;  // the system's own, not to be closed
-        pending = changed && NotifyAddrChange(&source, &request) == ERROR_IO_PENDING;
-    }
 };
 
 AddressChanges::AddressChanges() : m_native(std::make_unique<Native>()) {}
@@ -41,8 +56,8 @@ void AddressChanges::wait() {
     if (!m_native->pending) {
         Sleep(INFINITE);
     }
-    WaitForSingleObject(m_native->changed.get(), INFINITE);
-    m_native->ask();
+    m_native->request->await();
+    m_native->pending = m_native->request->ask();
 }
 
 }  // namespace vloxlib::platform
