@@ -342,12 +342,13 @@ TEST(DevServer, AnswersSeveralAtATime) {
     const auto start = std::chrono::steady_clock::now();
     std::vector<std::future<DevServer::Reply>> replies(8);
     for (auto& reply : replies) {
-        reply = std::async(std::launch::async, [&] { return post(server, "/echo/@delay=1000", "{}"); });
+        reply = std::async(std::launch::async, [&] { return post(server, "/echo/@delay=2000", "{}"); });
     }
     for (auto& reply : replies) {
         EXPECT_EQ(200, reply.get().status);
     }
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(7));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15))
+        << "one by one they take 16";
 }
 
 }  // namespace

@@ -353,9 +353,7 @@ TEST_F(FileTransferTest, ASourceThatShrinksEndsWithACode) {
     source(bytes(4 << 20));
     const RawHttpServer server(RawHttpServer::ok(""));
     onPercent = [this] { std::filesystem::resize_file(dir.path("source"), 1000); };
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_LT(upload(server.url()), 0);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+    EXPECT_EQ(-199, upload(server.url())) << "-828: it went on until its time limit";
 }
 
 TEST(TransferData, HoldsFiles) {

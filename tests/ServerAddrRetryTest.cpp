@@ -56,8 +56,8 @@ protected:
         config->setConfig(CONFIG_AS_HOST, primary);
         config->setConfig(CONFIG_AS_HOST_ALTERNATE, alternate);
     }
-    std::string post(const std::string& url, HTTPBusinessType type = HTTP_BUSINESS_AS) {
-        return helper->doSyncHttpRequest(HTTP_METHOD_POST, type, url, "{}", 1);
+    std::string post(const std::string& url, HTTPBusinessType type = HTTP_BUSINESS_AS, int timeout = 30) {
+        return helper->doSyncHttpRequest(HTTP_METHOD_POST, type, url, "{}", timeout);
     }
 
     const vlox_test::DataDir dataDir;
@@ -101,7 +101,8 @@ TEST_F(ServerAddrRetryTest, ATimeOutGivesWayToo) {
         }
     });
     addresses("127.0.0.1", "localhost");
-    EXPECT_EQ(R"({"returnCode":-828,"data":"[1]","returnCode":0})", post(server.url("/vlox/x")));
+    EXPECT_EQ(R"({"returnCode":-828,"data":"[1]","returnCode":0})",
+              post(server.url("/vlox/x"), HTTP_BUSINESS_AS, 3));
 }
 
 TEST_F(ServerAddrRetryTest, ARefusedConnectionDoesNot) {

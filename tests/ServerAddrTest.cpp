@@ -275,9 +275,7 @@ TEST_F(ServerAddrTest, OneWhoComesDuringAQueryIsNotLeftWaiting) {
     asked.get_future().wait();
     auto waiter = std::async(std::launch::async, [this] { return manager->isServerAddrExist(60); });
     EXPECT_EQ(std::future_status::timeout, waiter.wait_for(std::chrono::milliseconds(50)));
-    const auto begin = std::chrono::steady_clock::now();
     go.set_value();
-    EXPECT_TRUE(waiter.get());
-    EXPECT_GT(std::chrono::seconds(30), std::chrono::steady_clock::now() - begin);
+    EXPECT_TRUE(waiter.get()) << "false: its time has passed";
     EXPECT_EQ(0, asking.get());
 }

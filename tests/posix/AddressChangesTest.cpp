@@ -119,8 +119,8 @@ public:
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_tokens;
     }
-    bool awaitTokens(std::size_t count) const {
-        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    bool awaitTokens(std::size_t count, std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
+        const auto giveUp = std::chrono::steady_clock::now() + limit;
         while (tokens().size() < count && std::chrono::steady_clock::now() < giveUp) {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
@@ -176,14 +176,24 @@ TEST(AddressChanges, ReachTheListenersWithTokensThatDifferByOne) {
     bool watched = false;
     const bool ran = runInOwnNetwork([&](const OwnNetwork& network) {
         ASSERT_EQ(0, initialize({0, 0, nullptr}, home.path().c_str(), 0));
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        EXPECT_EQ(0U, listener.tokens().size()) << "nothing is told at the start";
-        ASSERT_TRUE(network.addAddress("lo", "10.1.0.1"));
-        watched = listener.awaitTokens(1);
-        ASSERT_TRUE(network.addAddress("lo:1", "10.1.0.2"));
-        ASSERT_TRUE(!watched || listener.awaitTokens(2));
-        ASSERT_TRUE(network.addAddress("lo:2", "10.1.0.3"));
-        ASSERT_TRUE(!watched || listener.awaitTokens(3));
+        EXPECT_FALSE(listener.awaitTokens(1, std::chrono::milliseconds(200)))
+            << "nothing is told at the start";
+        // What comes before the thread watches is not seen.
+        int added = 0;
+        const auto add = [&] {
+            ++added;
+            return network.addAddress(("lo:" + std::to_string(added)).c_str(),
+                                      ("10.1.0." + std::to_string(added)).c_str());
+        };
+        while (!watched && added < 30) {
+            ASSERT_TRUE(add());
+            watched = listener.awaitTokens(1, std::chrono::seconds(1));
+        }
+        for (int more = 0; watched && more < 2; ++more) {
+            const std::size_t before = listener.tokens().size();
+            ASSERT_TRUE(add());
+            ASSERT_TRUE(listener.awaitTokens(before + 1));
+        }
     });
     NetworkMonitor::getInstance()->unregisterNetworkStatusChangedListener(&listener);
     if (!ran) {
@@ -191,9 +201,10 @@ TEST(AddressChanges, ReachTheListenersWithTokensThatDifferByOne) {
     }
     ASSERT_TRUE(watched);
     const std::vector<long long> tokens = listener.tokens();
-    ASSERT_EQ(3U, tokens.size());
-    EXPECT_EQ(tokens[0] + 1, tokens[1]);
-    EXPECT_EQ(tokens[1] + 1, tokens[2]);
+    ASSERT_LE(3U, tokens.size());
+    for (std::size_t place = 1; place < tokens.size(); ++place) {
+        EXPECT_EQ(tokens[0] + static_cast<long long>(place), tokens[place]);
+    }
     EXPECT_GE(tokens[0], 0);
     EXPECT_LT(tokens[0], 10000);
 }
