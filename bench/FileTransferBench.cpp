@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "TakeTurns.h"
 #include "vloxlib/http/HttpClient.h"
 
 namespace {
@@ -164,27 +165,17 @@ bool downloadByBare() {
     return good && Files::arrived();
 }
 
-// The two sides take turns, and only one is timed, so that both find the same machine.
-void takeTurns(benchmark::State& state, bool (*timed)(), bool (*other)()) {
-    for (auto _ : state) {
-        bool good = other();
-        const auto start = std::chrono::steady_clock::now();
-        good = timed() && good;
-        state.SetIterationTime(
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
-        if (!good) {
-            state.SkipWithError("the transfer failed");
-        }
-    }
+void moveFile(benchmark::State& state, bool (*measured)(), bool (*other)()) {
+    takeTurns(state, measured, other);
     state.SetBytesProcessed(static_cast<int64_t>(kSize) * state.iterations());
 }
 
-BENCHMARK_CAPTURE(takeTurns, , uploadByVlox, uploadByBare)->Name("Http/upload 1 GiB/vlox")->UseManualTime();
-BENCHMARK_CAPTURE(takeTurns, , uploadByBare, uploadByVlox)->Name("Http/upload 1 GiB/bare")->UseManualTime();
-BENCHMARK_CAPTURE(takeTurns, , downloadByVlox, downloadByBare)
+BENCHMARK_CAPTURE(moveFile, , uploadByVlox, uploadByBare)->Name("Http/upload 1 GiB/vlox")->UseManualTime();
+BENCHMARK_CAPTURE(moveFile, , uploadByBare, uploadByVlox)->Name("Http/upload 1 GiB/bare")->UseManualTime();
+BENCHMARK_CAPTURE(moveFile, , downloadByVlox, downloadByBare)
     ->Name("Http/download 1 GiB/vlox")
     ->UseManualTime();
-BENCHMARK_CAPTURE(takeTurns, , downloadByBare, downloadByVlox)
+BENCHMARK_CAPTURE(moveFile, , downloadByBare, downloadByVlox)
     ->Name("Http/download 1 GiB/bare")
     ->UseManualTime();
 

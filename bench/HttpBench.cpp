@@ -6,12 +6,12 @@
 #include <benchmark/benchmark.h>
 #include <curl/curl.h>
 
-#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <string>
 #include <thread>
 
+#include "TakeTurns.h"
 #include "vloxlib/ConfigManager.h"
 #include "vloxlib/Context.h"
 #include "vloxlib/encrypt/Base64.h"
@@ -154,21 +154,6 @@ bool requestByBare() {
     curl_easy_cleanup(curl);
     curl_slist_free_all(headers);
     return good;
-}
-
-// The two sides take turns, and only one is timed: where the scheduler puts client and server makes more of a
-// difference than anything else here, and this way both sides find the same.
-void takeTurns(benchmark::State& state, bool (*timed)(), bool (*other)()) {
-    for (auto _ : state) {
-        bool good = other();
-        const auto start = std::chrono::steady_clock::now();
-        good = timed() && good;
-        state.SetIterationTime(
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
-        if (!good) {
-            state.SkipWithError("the exchange failed");
-        }
-    }
 }
 
 BENCHMARK_CAPTURE(takeTurns, , getAddressByVlox, getAddressByBare)

@@ -11,7 +11,6 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -19,6 +18,7 @@
 #include <sstream>
 #include <string>
 
+#include "TakeTurns.h"
 #include "vloxlib/http/HttpClient.h"
 
 namespace {
@@ -122,30 +122,17 @@ CURLcode useReadyStore(CURL*, void* context, void*) {
 
 bool getWithReadyStore() { return getByBare(nullptr, &useReadyStore); }
 
-// The two sides take turns, and only one is measured, so that both find the same machine. What counts is the
-// CPU time of this process, in which nothing else runs.
-void takeTurns(benchmark::State& state, bool (*timed)(), bool (*other)()) {
-    for (auto _ : state) {
-        bool good = other();
-        const std::clock_t start = std::clock();
-        good = timed() && good;
-        state.SetIterationTime(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
-        if (!good) {
-            state.SkipWithError("the exchange failed");
-        }
-    }
-}
-
-BENCHMARK_CAPTURE(takeTurns, , getByVlox, getWithBundle)
+// Nothing else runs in this process.
+BENCHMARK_CAPTURE(takeTurnsByCpu, , getByVlox, getWithBundle)
     ->Name("Http/CPU of an HTTPS GET, against CAINFO/vlox")
     ->UseManualTime();
-BENCHMARK_CAPTURE(takeTurns, , getWithBundle, getByVlox)
+BENCHMARK_CAPTURE(takeTurnsByCpu, , getWithBundle, getByVlox)
     ->Name("Http/CPU of an HTTPS GET, against CAINFO/bare")
     ->UseManualTime();
-BENCHMARK_CAPTURE(takeTurns, , getByVlox, getWithReadyStore)
+BENCHMARK_CAPTURE(takeTurnsByCpu, , getByVlox, getWithReadyStore)
     ->Name("Http/CPU of an HTTPS GET, against a ready store/vlox")
     ->UseManualTime();
-BENCHMARK_CAPTURE(takeTurns, , getWithReadyStore, getByVlox)
+BENCHMARK_CAPTURE(takeTurnsByCpu, , getWithReadyStore, getByVlox)
     ->Name("Http/CPU of an HTTPS GET, against a ready store/bare")
     ->UseManualTime();
 

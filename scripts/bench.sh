@@ -2,6 +2,7 @@
 # Runs the benchmarks and prints one table; each figure stands beside the bare dependency in the same run.
 #   scripts/bench.sh [--quick] [--filter <regex>]
 # Ratio: time of the bare dependency over time of the library, medians of interleaved repetitions; more is better.
+# Memory: how far this library's process grows while it moves a file of 4 GiB; not with --quick.
 # Everything measured is written to build/bench.json.
 set -euo pipefail
 source "$(dirname "$0")/setup.sh"
@@ -9,9 +10,10 @@ source "$(dirname "$0")/setup.sh"
 repetitions=5
 min_time=0.5
 filter=.
+memory=yes
 while (($#)); do
     case $1 in
-    --quick) repetitions=1 min_time=0.01 ;;
+    --quick) repetitions=1 min_time=0.01 memory='' ;;
     --filter)
         (($# > 1)) || vlox_refuse "--filter needs a regular expression"
         filter=$2
@@ -61,3 +63,45 @@ jq -r 'def time: if . == null then "-" elif . < 1e-6 then "\(. * 1e10 | round / 
                (.at_least | figure),
                (if .at_least and .ratio then (if .ratio >= .at_least then "reached" else "missed" end) else "" end)])
        | @tsv' build/bench.json | column -t -s "$(printf '\t')"
+
+# transfer_memory <upload|download> <path of the service> <file>: kibibytes, the peak during the transfer less what
+# the process had before it, as the system counts what is resident.
+transfer_memory() {
+    local before peak line
+    coproc client { exec build/release/bench/transfer_memory "$1" "$url$2" "$3"; }
+    local input=${client[1]} output=${client[0]} pid=$client_PID
+    read -r line <&"$output"
+    before=$(awk '/^VmRSS/ {print $2}' "/proc/$pid/status")
+    echo >&"$input"
+    read -r line <&"$output"
+    peak=$(awk '/^VmHWM/ {print $2}' "/proc/$pid/status")
+    echo >&"$input"
+    wait "$pid" || { echo "the $1 failed" >&2 && return 1; }
+    echo $((peak - before))
+}
+
+memory_rows() {
+    local direction path file kib
+    for direction in upload download; do
+        grep -qE "$filter" <<<"Http/memory of a 4 GiB $direction" || continue
+        echo "running the $direction of 4 GiB" >&2
+        path=/file/download/@zeros=4294967296 file=/dev/null
+        [[ $direction == download ]] || path=/file/upload/@discard=1 file=$results/source
+        kib=$(transfer_memory "$direction" "$path" "$file")
+        jq -n --arg work "memory of a 4 GiB $direction" --argjson kib "$kib" \
+            '{subsystem: "Http", work: $work, grown_mebibytes: ($kib / 1024), at_most: 16}'
+    done
+}
+
+if [[ -n $memory ]]; then
+    truncate -s 4G "$results/source"
+    exec {server}< <(exec build/release/devserver/vlox-devserver)
+    read -r line <&"$server"
+    url=$(jq -r .url <<<"$line") server_pid=$(jq -r .pid <<<"$line")
+    trap 'kill "$server_pid"; rm -rf "$results"' EXIT
+    memory_rows >"$results/memory"
+    jq --slurpfile rows "$results/memory" '. + $rows' build/bench.json >"$results/all"
+    mv "$results/all" build/bench.json
+    jq -r '.[] | select(.grown_mebibytes) | "\(.subsystem)  \(.work)  grows by \(.grown_mebibytes * 10 | round / 10) MiB  "
+        + "at most \(.at_most)  " + (if .grown_mebibytes <= .at_most then "reached" else "missed" end)' build/bench.json
+fi
