@@ -177,27 +177,6 @@ TEST_F(DevServerTls, SpeaksTheWholeWireFormatOverTls) {
     }
 }
 
-TEST_F(DevServerTls, SendsClientsOnAsTheyCame) {
-    keys.write("zone.json", server.firstLine());
-    const DevServer first({"--tls", "--keys", keys.path("first"), "--other-zone", keys.path("zone.json")});
-    const std::string header = "VLOX-Ext: " + Base64::encode(R"({"deviceType":0,"vloxId":"u"})");
-    const std::unique_ptr<curl_slist, CloseHandle> headers(curl_slist_append(nullptr, header.c_str()));
-    Client client(first.authorityFile());
-    client.set(CURLOPT_HTTPHEADER, headers.get());
-    const std::string query = "/echo/@zone=sm2?params=" + Base64::encode("{}");
-    const std::string start = R"({"otherZonePublicKey":")" +
-                              std::string(server.line()["sm2PublicKey"].GetString()) +
-                              R"(","otherZoneIbcPubParam":"","otherZoneAsymmetricCryptoType":2,)" +
-                              R"("otherZoneHttpPublicAddress":")" + server.url() + "\"";
-    EXPECT_EQ(CURLE_OK, client.get(first.url(query)));
-    EXPECT_THAT(client.body(), HasSubstr("\"" + Base64::encode(start + "}") + "\""));
-    EXPECT_EQ(CURLE_OK, client.get(first.httpsUrl("good", query)));
-    EXPECT_THAT(client.body(), HasSubstr("\"" +
-                                         Base64::encode(start + R"(,"otherZoneHttpsPublicAddress":")" +
-                                                        server.httpsUrl("good") + "\"}") +
-                                         "\""));
-}
-
 std::map<std::string, std::string> filesIn(const std::string& directory) {
     std::map<std::string, std::string> files;
     for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {

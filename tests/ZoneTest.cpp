@@ -170,6 +170,37 @@ TEST_F(ZoneTest, AnotherZoneAnswersUnderItsOwnKeys) {
     EXPECT_THAT(codesOf(post("echo")), testing::ElementsAre("-829", "-104")) << "a zone that has another key";
 }
 
+TEST_F(ZoneTest, OverTlsTheServicesAndTheOtherZoneAreReachedSoToo) {
+    const vlox_test::TempDir secondKeys;
+    const DevServer second({"--tls", "--keys", secondKeys.path()});  // with an authority of its own
+    dir.write("zone.json", second.firstLine());
+    const auto first = start({"--tls", "--other-zone", dir.path("zone.json")});
+    use(*first);
+    const std::string tlsPort = std::to_string(first->line()["tls"]["ports"]["good"].GetInt());
+    config->setConfig(CONFIG_AS_HOST, std::string("localhost"));
+    config->setConfig(CONFIG_AS_PORT, tlsPort);
+    config->setConfig(CONFIG_WEB_REQUEST_MODE, SECURITY_POLICY_SERVER_CA);
+    config->setConfig(CONFIG_CA_CERT_PATH, first->authorityFile());
+    ASSERT_EQ(0, manager->queryServerAddress());
+    EXPECT_EQ(tlsPort, text(CONFIG_FS_PORT));
+    EXPECT_EQ(std::to_string(first->port()), text(CONFIG_PCS_PORT)) << "its protocol is plain TCP";
+
+    EXPECT_THAT(codesOf(post("echo/@zone=sm2")), testing::ElementsAre("-829", "-199"));
+    EXPECT_EQ(0, second.count("encryptedRequests")) << "nobody trusts its authority";
+    config->setConfig(CONFIG_CA_CERT_CONTENT, secondKeys.read("tls/authority.pem"));
+    const std::string result = post("echo/@zone=sm2");
+    EXPECT_THAT(codesOf(result), testing::ElementsAre("-829", "0"));
+    EXPECT_THAT(all("data", result)[0],
+                HasSubstr(R"("otherZoneHttpsPublicAddress":")" + second.httpsUrl("good") + "\""));
+    EXPECT_EQ(1, second.count("encryptedRequests"));
+
+    use(*first);  // without TLS a client couldn't follow to an address that needs it
+    config->setConfig(CONFIG_WEB_REQUEST_MODE, SECURITY_POLICY_PLAIN);
+    const std::string plain = post("echo/@zone=sm2");
+    EXPECT_THAT(codesOf(plain), testing::ElementsAre("-829", "0"));
+    EXPECT_THAT(all("data", plain)[0], testing::Not(HasSubstr("otherZoneHttpsPublicAddress")));
+}
+
 TEST_F(ZoneTest, AnAddressThatDoesNotAnswerGivesWayToTheOther) {
     const struct {
         const char* primary;
