@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/DataDir.h"
 #include "support/LogCapture.h"
 #include "support/Patterns.h"
 #include "support/RawHttpServer.h"
@@ -372,6 +373,7 @@ TEST_F(ClientTest, IsUsedByManyThreads) {
 }
 
 TEST_F(ClientTest, RequestsDoNotHoldUpCommands) {
+    const vlox_test::DataDir dataDir;
     setConfigInt(client, CONFIG_ENCRYPT_POLICY, 0);
     setConfigInt(client, CONFIG_SYM_ENCRYPT_TYPE, 0);
     setConfigStr(client, CONFIG_ENCRYPT_PUBKEY, "none");

@@ -3,6 +3,7 @@
 
 #include <future>
 
+#include "support/DataDir.h"
 #include "support/DevServer.h"
 #include "support/TempDir.h"
 #include "vloxlib/Context.h"
@@ -38,6 +39,7 @@ protected:
         return VLOXBase::doSyncHttpRequest(client, HTTP_METHOD_POST, HTTP_BUSINESS_AS, url(path), body);
     }
 
+    const vlox_test::DataDir dataDir;
     DevServer server;
     const __int64 client = createVloxClient("app", "someone");
     const std::shared_ptr<EncryptBridge> bridge = EncryptBridge::getInstance("someone");
