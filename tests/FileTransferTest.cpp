@@ -356,6 +356,22 @@ TEST_F(FileTransferTest, ASourceThatShrinksEndsWithACode) {
     EXPECT_EQ(-199, upload(server.url())) << "-828: it went on until its time limit";
 }
 
+TEST(FileParam, ACopyTakesTheCancelAlong) {
+    DownloadFileParm original;
+    original.m_filePath = "path";
+    original.m_cancel = true;
+    original.m_file = stdin;
+    original.m_offset = 7;
+    DownloadFileParm assigned;
+    assigned = original;
+    for (const DownloadFileParm& copy : {DownloadFileParm(original), assigned}) {
+        EXPECT_EQ("path", copy.m_filePath);
+        EXPECT_TRUE(copy.m_cancel);
+        EXPECT_EQ(stdin, copy.m_file);
+        EXPECT_EQ(7, copy.m_offset);
+    }
+}
+
 TEST(TransferData, HoldsFiles) {
     const TempDir dir;
     {

@@ -19,6 +19,7 @@
 #include "support/LogCapture.h"
 #include "support/Patterns.h"
 #include "support/TempDir.h"
+#include "vloxlib/log/GenericLogger.h"
 #include "vloxlib/log/LineFormatter.h"
 #include "vloxlib/log/LogQueue.h"
 
@@ -294,6 +295,18 @@ TEST_F(LogTest, AReplacedLoggerWritesWhatItHasAndClosesItsFile) {
     EXPECT_TRUE(holdsWithin(30s, "to the first", 1));
     EXPECT_TRUE(fileHoldsWithin(path(dated("second", ".log")), 30s, "to the second", 1));
     EXPECT_EQ(0, count("to the second"));
+}
+
+TEST_F(LogTest, RotatingFilesAreThereForWhoAsksForThem) {
+    vloxlib::setProcessLogger(std::make_shared<vloxlib::GenericLogger>(
+        "rotating", path("rotating.log").c_str(), false, 1, 2, 1000));
+    for (int line = 0; line < 20; ++line) {
+        VLOX_LOG(4, "%s", std::string(200, 'r').c_str());
+    }
+    EXPECT_TRUE(fileHoldsWithin(path("rotating.log"), 30s, "rrr", 2)) << "the last two of twenty";
+    EXPECT_EQ(3, countIn(path("rotating.1.log"), "rrr"));
+    EXPECT_EQ(3, countIn(path("rotating.2.log"), "rrr"));
+    EXPECT_FALSE(exists("rotating.3.log"));
 }
 
 TEST_F(LogTest, AFileThatCannotBeOpenedThrowsAndLeavesTheEarlierLogger) {

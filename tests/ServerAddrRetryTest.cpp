@@ -72,15 +72,20 @@ TEST_F(ServerAddrRetryTest, AHostThatDoesNotResolveGivesWayToTheOtherAddress) {
     const RawHttpServer server(RawHttpServer::ok(R"({"code":"0"})"));
     const std::string port = std::to_string(server.port());
     addresses("one.invalid", "127.0.0.1");
-    config->setConfig(CONFIG_FS_HOST, "one.invalid");
     EXPECT_EQ(R"({"returnCode":-806,"returnCode":0})", post("http://one.invalid:" + port + "/vlox/x"));
     EXPECT_THAT(server.lastRequest(), StartsWith("POST /vlox/x "));
     EXPECT_EQ("one.invalid", config->getConfig(CONFIG_AS_HOST, std::string()));
-    EXPECT_EQ(R"({"returnCode":-806,"returnCode":0})",
-              post("http://one.invalid:" + port + "/vlox/x", HTTP_BUSINESS_FS));
-    EXPECT_EQ("127.0.0.1", config->getConfig(CONFIG_FS_HOST, std::string()))
-        << "the kind's host stays swapped";
-    EXPECT_EQ(2U, server.requests().size());
+    const std::pair<HTTPBusinessType, _ConfigKey> kinds[] = {{HTTP_BUSINESS_FS, CONFIG_FS_HOST},
+                                                             {HTTP_BUSINESS_CDS, CONFIG_CDS_HOST},
+                                                             {HTTP_BUSINESS_TOPIC, CONFIG_TOPIC_HOST},
+                                                             {HTTP_BUSINESS_BLS, CONFIG_BLS_HOST}};
+    for (const auto& [kind, host] : kinds) {
+        EXPECT_EQ(R"({"returnCode":-806,"returnCode":0})",
+                  post("http://one.invalid:" + port + "/vlox/x", kind));
+        EXPECT_EQ("127.0.0.1", config->getConfig(host, std::string())) << "the kind's host stays swapped";
+        config->setConfig(host, std::string());
+    }
+    EXPECT_EQ(5U, server.requests().size());
 
     const auto unknown = static_cast<HTTPBusinessType>(5);
     EXPECT_EQ(R"({"returnCode":-806})", post("http://one.invalid:" + port + "/vlox/x", unknown));
@@ -88,7 +93,7 @@ TEST_F(ServerAddrRetryTest, AHostThatDoesNotResolveGivesWayToTheOtherAddress) {
     addresses("one.invalid", "two.invalid");
     EXPECT_EQ(R"({"returnCode":-806,"returnCode":-806})", post("http://one.invalid:" + port + "/vlox/x"))
         << "one more attempt, no loop";
-    EXPECT_EQ(2U, server.requests().size());
+    EXPECT_EQ(5U, server.requests().size());
 }
 
 TEST_F(ServerAddrRetryTest, ATimeOutGivesWayToo) {
