@@ -9,11 +9,12 @@ target_include_directories(vlox_common SYSTEM INTERFACE
 
 # An import library in the form of other linkers, with the plain names: no other family of compilers calls the
 # decorated ones.
-find_program(VLOX_LIB_TOOL lld-link REQUIRED)
+find_program(VLOX_DLLTOOL NAMES llvm-dlltool llvm-dlltool-14 REQUIRED)
 set(vlox_definitions ${CMAKE_CURRENT_BINARY_DIR}/vlox_common.def)
 set(vlox_import_library ${CMAKE_CURRENT_BINARY_DIR}/vlox_common.lib)
 target_link_options(vlox_common PRIVATE LINKER:--output-def=${vlox_definitions}.all)
 add_custom_command(TARGET vlox_common POST_BUILD
-  COMMAND sed "/^ *_Z/d" ${vlox_definitions}.all > ${vlox_definitions}
-  COMMAND ${VLOX_LIB_TOOL} -lib -machine:x64 -def:${vlox_definitions} -out:${vlox_import_library}
+  COMMAND sed "/^ *_Z/d; s/ @[0-9]*//" ${vlox_definitions}.all > ${vlox_definitions}
+  COMMAND ${VLOX_DLLTOOL} -m i386:x86-64 -D $<TARGET_FILE_NAME:vlox_common> -d ${vlox_definitions}
+          -l ${vlox_import_library}
   BYPRODUCTS ${vlox_definitions} ${vlox_import_library} VERBATIM)

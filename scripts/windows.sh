@@ -15,12 +15,12 @@ case ${1:-} in
 --build) build_only=yes && shift ;;
 esac
 
-vlox_packages+=(g++-mingw-w64-x86-64-posix wine64 dpkg-dev tcl lld patch xz-utils bzip2)
+vlox_packages+=(g++-mingw-w64-x86-64-posix wine64 dpkg-dev tcl llvm lld patch xz-utils bzip2)
 
 # Packages may be there and a tool yet another one, or none.
 check_tools() {
     local tool
-    for tool in "$vlox_triple"-{gcc-posix,g++-posix,windres,windmc,ar,ranlib} tclsh lld-link dpkg-source; do
+    for tool in "$vlox_triple"-{gcc-posix,g++-posix,windres,windmc,ar,ranlib} tclsh llvm-dlltool lld-link dpkg-source; do
         command -v "$tool" >/dev/null || vlox_refuse "$tool is missing although its package is installed"
     done
     [[ $("$vlox_triple-g++-posix" -v 2>&1) == *'Thread model: posix'* ]] ||
