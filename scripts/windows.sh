@@ -30,10 +30,10 @@ check_tools() {
 
 # Anew when the dependencies have moved: CMake remembers where it found them.
 configure() {
-    local found=build/windows/dependencies prefixes
+    local found=build/windows/dependencies prefixes fresh=()
     prefixes=$(IFS=';' && echo "${vlox_prefixes[*]}")
-    [[ -f build/windows/build.ninja && -f $found && $(<"$found") == "$prefixes" ]] && return
-    cmake --fresh --preset windows -D CMAKE_FIND_ROOT_PATH="$prefixes" >/dev/null
+    [[ -f $found && $(<"$found") == "$prefixes" ]] || fresh=(--fresh)
+    cmake "${fresh[@]}" --preset windows -D CMAKE_FIND_ROOT_PATH="$prefixes" >/dev/null
     echo "$prefixes" >"$found"
 }
 

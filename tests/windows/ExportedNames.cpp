@@ -2,15 +2,15 @@
 
 #include <windows.h>
 
-#include <Poco/UnicodeConverter.h>
 #include <gtest/gtest.h>
+
+#include <filesystem>
 
 namespace vlox_test {
 
 // The loaded library's own table of names.
 std::set<std::string> exportedNames(const std::string& library) {
-    std::wstring path;
-    Poco::UnicodeConverter::toUTF16(library, path);
+    const std::wstring path = std::filesystem::u8path(library).wstring();
     const auto* const base = reinterpret_cast<const BYTE*>(LoadLibraryW(path.c_str()));
     std::set<std::string> names;
     if (base == nullptr) {
