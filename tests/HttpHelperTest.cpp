@@ -221,7 +221,7 @@ TEST_F(HttpHelperTest, NothingIsSentForWhatCannotBeBuilt) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.log);
-        const long before = log.count("W", row.log);
+        const std::ptrdiff_t before = log.count("W", row.log);
         EXPECT_EQ(
             "", helper->doSyncHttpRequest(HTTP_METHOD_POST, HTTP_BUSINESS_AS, row.url, row.head, row.params));
         EXPECT_EQ(before + 1, log.count("W", row.log));

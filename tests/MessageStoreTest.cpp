@@ -271,7 +271,7 @@ TEST_F(MessageStoreTest, BatchThatFailsAnywhereLeavesNothing) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.when);
         refuse("INSERT", row.table, row.when);
-        const long before = log.count("E", row.line);
+        const std::ptrdiff_t before = log.count("E", row.line);
         EXPECT_EQ(1, submit(row.target, {{"id", 1}}));
         EXPECT_EQ(before + 1, log.count("E", row.line));
         refuseNoMore();

@@ -231,7 +231,7 @@ TEST_F(StoreFaultTest, DiskThatFailsAtAnyPointLeavesTheStoreAsItWasAndUsable) {
                 ASSERT_LT(point, 100);
                 restore();
                 store();
-                const long lines = log.count("W", "");
+                const std::ptrdiff_t lines = log.count("W", "");
                 disk.fail(fault, point);
                 const bool succeeded = operation.run(store());
                 reached = disk.heal();

@@ -492,7 +492,7 @@ TEST_F(StoreTest, CompositesUndoTheirFirstStepsWhenALaterOneFails) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.why);
         refuse(row.event, row.table);
-        const long before = log.count("W", row.line);
+        const std::ptrdiff_t before = log.count("W", row.line);
         // sweepTasks is the one that bears a failing delete, so only its insert is refused above
         EXPECT_EQ(SQLITE_CONSTRAINT, row.operation(store()));
         EXPECT_EQ(before + 1, log.count("W", row.line));

@@ -4,6 +4,7 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -39,7 +40,7 @@ public:
         return lines();
     }
     /// How many lines of a level end with the text.
-    long count(int level, const std::string& text) const {
+    std::ptrdiff_t count(int level, const std::string& text) const {
         const std::vector<Line> caught = all();
         return std::count_if(caught.begin(), caught.end(), [&](const Line& line) {
             return line.level == level && line.text.size() >= text.size() &&
