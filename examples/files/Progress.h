@@ -30,6 +30,11 @@ public:
             m_tell(m_phase, m_done, m_total);
         }
     }
+    /// Tells where it has come to, however little time has passed.
+    void tell() {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_tell(m_phase, m_done, m_total);
+    }
 
 private:
     const Tell m_tell;

@@ -107,6 +107,7 @@ Outcome Upload::sendMissing() {
     for (std::thread& thread : threads) {
         thread.join();
     }
+    progress.tell();  // slices that broke off have to be sent anew
     return m_outcome;
 }
 
