@@ -150,7 +150,8 @@ std::string helpText() {
         "A stand-in for the messaging platform, for trying and testing the client library on one machine. "
         "The first line of its output is a JSON object with its port, its process id and its public keys.");
     formatter.setFooter(
-        "Services, each with or without /vlox/ before it and with any further path behind it:\n"
+        "Services, each with or without /vlox/ before it and, but for those of files, with any further path "
+        "behind it:\n"
         "echo                  a service request; the reply's data tells what arrived\n"
         "server/address/query  a service request; its data tells where services are\n"
         "file/upload           a file, by POST as a part of a form or by PUT; its data tells the id, "

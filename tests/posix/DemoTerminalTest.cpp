@@ -34,7 +34,7 @@ TEST_F(FileDemoTest, CtrlCStopsAFileInEachDirection) {
     ::kill(up.pid(), SIGINT);
     EXPECT_EQ(kStoppedEarly, up.wait()) << output();
     EXPECT_THAT(output(), HasSubstr("the next run on the same directory finishes the rest"));
-    servePlatform("rate=600000");
+    servePlatform("rate=200000");
     Run down(*this, options());
     await([&] { return std::filesystem::exists(partial()) && std::filesystem::file_size(partial()) > 0; });
     ::kill(down.pid(), SIGINT);
