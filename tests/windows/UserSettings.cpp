@@ -50,15 +50,17 @@ void UserSettings::clear() const { RegDeleteTreeW(HKEY_CURRENT_USER, kKey); }
 // No user is without this key but in a broken registry.
 void UserSettings::takeAway() const { RegDeleteTreeW(HKEY_CURRENT_USER, L"Software"); }
 
+// Not RegGetValueW(), which adds the terminator that a text ought to have.
 std::optional<std::string> storedSetting(const std::string& name) {
     std::string bytes(1024, '\0');
     auto size = static_cast<DWORD>(bytes.size());
-    if (RegGetValueW(HKEY_CURRENT_USER, kKey, wide(name).c_str(), RRF_RT_ANY | RRF_NOEXPAND, nullptr,
-                     bytes.data(), &size) != ERROR_SUCCESS) {
-        return std::nullopt;
-    }
-    bytes.resize(size);
-    return bytes;
+    HKEY key = nullptr;
+    RegOpenKeyExW(HKEY_CURRENT_USER, kKey, 0, KEY_READ, &key);
+    const LSTATUS read = RegQueryValueExW(key, wide(name).c_str(), nullptr, nullptr,
+                                          reinterpret_cast<BYTE*>(bytes.data()), &size);
+    RegCloseKey(key);
+    bytes.resize(read == ERROR_SUCCESS ? size : 0);
+    return read == ERROR_SUCCESS ? std::make_optional(bytes) : std::nullopt;
 }
 
 }  // namespace vlox_test
