@@ -32,9 +32,9 @@ void killOften(long kills, long operations) {
 
 TEST(Crash, LosesNothingThatWasStored) { killOften<StoreCrash>(40, 400); }
 
-TEST(Crash, LosesNoLineThatReachedTheLog) { killOften<LogCrash>(20, 200); }
+TEST(Crash, LosesNoLineThatReachedTheLog) { killOften<LogCrash>(20, 100); }
 
-TEST(Crash, LeavesTheResolversCacheWhole) { killOften<CacheCrash>(20, 200); }
+TEST(Crash, LeavesTheResolversCacheWhole) { killOften<CacheCrash>(20, 100); }
 
 TEST(Crash, LeavesAnOldFileAsItWasOrWhollyRewritten) {
     const unsigned seed = std::random_device{}();
