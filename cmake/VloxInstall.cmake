@@ -14,12 +14,13 @@ write_basic_package_version_file(vlox_commonConfigVersion.cmake COMPATIBILITY Sa
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vlox_commonConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/vlox_commonConfigVersion.cmake DESTINATION ${vlox_package_dir})
 
+if(WIN32)
+  include(VloxWindowsPackage)
+  return()
+endif()
+
 # The prefix is told relative to the file itself, so that the tree can be moved after installation.
 file(RELATIVE_PATH vlox_pc_prefix
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/vlox_common.pc.in vlox_common.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vlox_common.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-
-if(WIN32)
-  include(VloxWindowsPackage)
-endif()

@@ -18,3 +18,4 @@ add_custom_command(TARGET vlox_common POST_BUILD
   COMMAND ${VLOX_DLLTOOL} -m i386:x86-64 -D $<TARGET_FILE_NAME:vlox_common> -d ${vlox_definitions}
           -l ${vlox_import_library}
   BYPRODUCTS ${vlox_definitions} ${vlox_import_library} VERBATIM)
+install(FILES ${vlox_import_library} ${vlox_definitions} DESTINATION ${CMAKE_INSTALL_LIBDIR})

@@ -1,7 +1,5 @@
 # What the package for Windows holds beside the library's own files, so that it is all that a user needs: the parts of
 # other libraries that the public headers name, the licences of everything inside, and a text for its reader.
-install(FILES ${vlox_import_library} ${vlox_definitions} DESTINATION ${CMAKE_INSTALL_LIBDIR})
-
 # vlox_prefix_of(<variable> <header>): where the library with this header lies.
 function(vlox_prefix_of variable header)
   find_path(folder ${header} REQUIRED NO_CACHE)
