@@ -68,12 +68,12 @@ TEST_F(StoreTest, RegistryKeepsOneStorePerPath) {
     Sqlite3Functions::releaseSqliteInstance(m_dir.path().c_str(), "other");
     Sqlite3Functions::releaseSqliteInstance(m_dir.path().c_str(), "other");  // no fault
     Sqlite3Functions::releaseSqliteInstance(nullptr, "other");
-    EXPECT_EQ(1U, Sqlite3Functions::instances.count(file()));
+    EXPECT_EQ(1U, Sqlite3Functions::instances.count(m_dir.path() + "/client.db"));
 }
 
 // What the log in the directory on the first line of a dead process's output says.
 std::string logOf(const std::string& output) {
-    const std::string directory = output.substr(0, output.find('\n'));
+    const std::string directory = output.substr(0, output.find_first_of("\r\n"));
     std::string all;
     for (const auto& entry : std::filesystem::directory_iterator(directory)) {
         std::ifstream file(entry.path());
@@ -104,7 +104,7 @@ TEST_F(StoreTest, UnusableFileEndsTheProcessWithItsLineWritten) {
     };
     EXPECT_EXIT(
         open(m_dir.path("file")), testing::ExitedWithCode(1),
-        testing::ResultOf(logOf, vlox_test::HasPattern("\\[E\\].*open sqlite file\\(.*/file/client.db\\) "
+        testing::ResultOf(logOf, vlox_test::HasPattern("\\[E\\].*open sqlite file\\(.*file/client.db\\) "
                                                        "failed. ret=14")));
     m_dir.write("client.db", "this is no database, and long enough to be told apart from an empty file");
     EXPECT_EXIT(
