@@ -303,7 +303,12 @@ TEST_F(LogTest, RotatingFilesAreThereForWhoAsksForThem) {
     for (int line = 0; line < 20; ++line) {
         VLOX_LOG(4, "%s", std::string(200, 'r').c_str());
     }
-    EXPECT_TRUE(fileHoldsWithin(path("rotating.log"), 30s, "rrr", 2)) << "the last two of twenty";
+    // Its files aren't looked into before it is closed: a file that somebody reads can't be renamed
+    // everywhere.
+    start();
+    VLOX_LOG(4, "end");
+    EXPECT_TRUE(holdsWithin(30s, "] end", 1));
+    EXPECT_EQ(2, countIn(path("rotating.log"), "rrr")) << "the last two of twenty";
     EXPECT_EQ(3, countIn(path("rotating.1.log"), "rrr"));
     EXPECT_EQ(3, countIn(path("rotating.2.log"), "rrr"));
     EXPECT_FALSE(exists("rotating.3.log"));
@@ -343,7 +348,8 @@ TEST_F(LogTest, StartRemovesFilesByAgeNameAndExtension) {
     addFile("other.log", 8);
     addFile("old_windows_sdk.txt", 8);
     fs::create_directory(path("windows_sdk_dir.log"));
-    fs::last_write_time(path("windows_sdk_dir.log"), fs::file_time_type::clock::now() - 8 * 24h);
+    std::error_code refused;  // not every system lets a folder's time be set
+    fs::last_write_time(path("windows_sdk_dir.log"), fs::file_time_type::clock::now() - 8 * 24h, refused);
     start();
     EXPECT_FALSE(exists("windows_sdk_2019-01-01.log"));
     EXPECT_FALSE(exists("my_windows_sdk.log"));
