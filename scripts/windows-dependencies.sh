@@ -42,11 +42,16 @@ recipe_openssl() {
     cp libcrypto.a libssl.a "$prefix/lib"
 }
 
+# HTTP and, as on Linux, files.
 recipe_curl() {
-    recipe_helper_cmake -D BUILD_CURL_EXE=OFF -D BUILD_TESTING=OFF -D HTTP_ONLY=ON -D CURL_USE_OPENSSL=ON \
+    local off=() part
+    for part in DICT FTP GOPHER IMAP LDAP LDAPS MQTT POP3 RTSP SMB SMTP TELNET TFTP ALTSVC HSTS NTLM; do
+        off+=(-D "CURL_DISABLE_$part=ON")
+    done
+    recipe_helper_cmake "${off[@]}" -D BUILD_CURL_EXE=OFF -D BUILD_TESTING=OFF -D CURL_USE_OPENSSL=ON \
         -D CURL_USE_SCHANNEL=OFF -D CURL_USE_LIBSSH2=OFF -D CURL_ZLIB=OFF -D CURL_BROTLI=OFF -D CURL_ZSTD=OFF \
         -D USE_NGHTTP2=OFF -D USE_LIBIDN2=OFF -D CURL_USE_LIBPSL=OFF -D CURL_DISABLE_OPENSSL_AUTO_LOAD_CONFIG=ON \
-        -D CURL_DISABLE_ALTSVC=ON -D CURL_DISABLE_HSTS=ON -D CURL_DISABLE_NTLM=ON -D ENABLE_UNICODE=ON -D ENABLE_MANUAL=OFF
+        -D ENABLE_UNICODE=ON -D ENABLE_MANUAL=OFF
 }
 
 recipe_poco() {
