@@ -76,7 +76,8 @@ protected:
                   Poco::PipeInputStream stream(m_pipe);
                   return std::string{std::istreambuf_iterator<char>(stream), {}};
               })) {}
-        void kill() { Poco::Process::kill(m_process); }
+        // By its number: on Windows the handle would be closed, and wait() needs it.
+        void kill() { Poco::Process::kill(m_process.id()); }
         int pid() const { return static_cast<int>(m_process.id()); }
         bool running() const { return Poco::Process::isRunning(m_process); }
         int wait() {

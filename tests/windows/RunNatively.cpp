@@ -47,6 +47,12 @@ std::string nativeArgument(const std::wstring& argument) {
     }
     std::string result = name;
     HeapFree(GetProcessHeap(), 0, name);
+    // Wine knows its C: by a link whose name a program under Wine can't open again.
+    const std::string link = "/dosdevices/c:/";
+    const std::size_t place = result.find(link);
+    if (place != std::string::npos) {
+        result.replace(place, link.size(), "/drive_c/");
+    }
     return result;
 }
 
