@@ -17,6 +17,7 @@
 
 namespace {
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using vlox_test::DevServer;
 using vlox_test::Outcome;
@@ -277,7 +278,9 @@ TEST(DevServer, KeepsItsKeysInADirectoryAndSaysWhatFilesAreWrong) {
         EXPECT_EQ(std::string("-----BEGIN IBC PARAMETERS-----\n") + line["sm9Parameters"].GetString() +
                       "\n-----END IBC PARAMETERS-----\n",
                   dir.read("keys/sm9-parameters.txt"));
-        EXPECT_EQ(line["sm9ParameterFile"].GetString(), dir.path("keys/sm9-parameters.txt"));
+        // The server's name for the file begins otherwise where it runs beside another kind of system.
+        const std::string folder = std::filesystem::u8path(dir.path()).filename().u8string();
+        EXPECT_THAT(line["sm9ParameterFile"].GetString(), EndsWith(folder + "/keys/sm9-parameters.txt"));
     }
     dir.write("keys/sm2.key", "AAAA");
     const Outcome damaged = runDevServer(options);
