@@ -83,6 +83,7 @@ private:
                 Poco::Net::StreamSocket client = m_socket.acceptConnection();
                 try {
                     client.setReceiveTimeout(Poco::Timespan(20, 0));
+                    client.setSendTimeout(Poco::Timespan(10, 0));
                     m_handler(client, remember(receive(client)));
                     drain(client);
                 } catch (const Poco::Exception&) {
