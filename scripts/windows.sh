@@ -47,7 +47,7 @@ start_wine() {
     "$wine" wineboot -u >/dev/null 2>&1 || vlox_refuse "Wine doesn't start, with its folder in $WINEPREFIX"
 }
 
-# The second one can't have what the first has left out.
+# Only what a green run leaves is packed, and nothing of an earlier one stays.
 pack() {
     rm -rf dist/*-win64.zip dist/_CPack_Packages
     cpack --config build/windows/CPackConfig.cmake -B dist >build/windows/cpack.log ||
