@@ -42,8 +42,9 @@ std::string nativeArgument(const std::wstring& argument) {
     const FARPROC found = GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name");
     const auto unixName = reinterpret_cast<UnixName>(reinterpret_cast<void*>(found));
     char* const name = unixName == nullptr ? nullptr : unixName(argument.c_str());
-    if (name == nullptr) {
-        return utf8(argument);
+    if (name == nullptr) {  // in a folder that the program is to make
+        const std::size_t end = argument.find_last_of(L"\\/");
+        return nativeArgument(argument.substr(0, end)) + "/" + utf8(argument.substr(end + 1));
     }
     std::string result = name;
     HeapFree(GetProcessHeap(), 0, name);
