@@ -12,6 +12,7 @@
 #include <Poco/Net/SocketAddress.h>
 #include <Poco/Net/TCPServerConnectionFactory.h>
 #include <openssl/ssl.h>
+#include <openssl/x509v3.h>
 
 #include <algorithm>
 #include <iterator>
@@ -183,6 +184,17 @@ net::HTTPServerParams::Ptr serverParams(int threads) {
     return params;
 }
 
+// OpenSSL would read a certificate's extensions at its first use, when several connections already share it.
+void readExtensions(SSL_CTX* context) {
+    X509_check_purpose(SSL_CTX_get0_certificate(context), -1, 0);
+    const STACK_OF(X509_OBJECT)* const trusted = X509_STORE_get0_objects(SSL_CTX_get_cert_store(context));
+    for (int i = 0; i < sk_X509_OBJECT_num(trusted); ++i) {
+        if (X509* const certificate = X509_OBJECT_get0_X509(sk_X509_OBJECT_value(trusted, i))) {
+            X509_check_purpose(certificate, -1, 0);
+        }
+    }
+}
+
 }  // namespace
 
 net::ServerSocket boundSocket(const std::string& host, unsigned short port) {
@@ -205,6 +217,7 @@ net::ServerSocket boundTlsSocket(const std::string& host, const std::string& cer
     }
     // A client that comes again with a session of before is refused where sessions have no name.
     context->enableSessionCache(true, "vlox-devserver");
+    readExtensions(context->sslContext());
     net::SecureServerSocket socket(context);
     socket.bind(net::SocketAddress(host, 0), true);
     return socket;

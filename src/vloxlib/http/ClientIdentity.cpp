@@ -51,6 +51,9 @@ ClientIdentity::ClientIdentity(const std::string& pem, const std::string& passwo
     }
     const std::string* secret = &password;
     m_certificate.reset(PEM_read_bio_X509(reader.get(), nullptr, &givePassword, &secret));
+    if (m_certificate) {
+        readExtensions(m_certificate.get());
+    }
     m_key.reset(PEM_read_bio_PrivateKey(reader.get(), nullptr, &givePassword, &secret));
 }
 

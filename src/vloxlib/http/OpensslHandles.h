@@ -5,6 +5,7 @@
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/x509.h>
+#include <openssl/x509v3.h>
 
 #include <memory>
 #include <string>
@@ -35,6 +36,9 @@ public:
     OpensslErrors(const OpensslErrors&) = delete;
     OpensslErrors& operator=(const OpensslErrors&) = delete;
 };
+
+/// OpenSSL would read them at the certificate's first use, when several threads may already share it.
+inline void readExtensions(X509* certificate) { X509_check_purpose(certificate, -1, 0); }
 
 }  // namespace vloxlib
 

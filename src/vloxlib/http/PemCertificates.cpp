@@ -51,6 +51,7 @@ Certificates parse(std::string_view pem) {
             continue;
         }
         if (OpensslHandle<X509> certificate = parseBlock(block)) {
+            readExtensions(certificate.get());
             certificates.push_back(std::move(certificate));
         } else {
             VLOX_LOG(
