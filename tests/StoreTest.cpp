@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <iostream>
 #include <map>
@@ -748,4 +749,43 @@ TEST_F(StoreTest, RandomOperationsAgreeWithASimpleModel) {
     EXPECT_EQ(expected, values("SELECT task_id, priority, status FROM table_task ORDER BY task_id"));
     EXPECT_EQ(std::vector<std::string>(model.results.begin(), model.results.end()),
               values("SELECT result_id FROM table_result ORDER BY result_id"));
+}
+
+TEST_F(StoreTest, ThreadsNeverReceiveOneTaskTwice) {
+    constexpr int kThreads = 8;
+    constexpr int kTasks = 25;
+    Sqlite3Functions& shared = store();
+    std::atomic<int> stored{0};
+    std::vector<std::vector<std::string>> received(kThreads);
+    std::vector<std::thread> threads;
+    threads.reserve(kThreads);
+    for (int index = 0; index < kThreads; ++index) {
+        threads.emplace_back([&, index] {
+            for (int task = 0; task < kTasks; ++task) {
+                const std::string id = std::to_string(index) + "/" + std::to_string(task);
+                stored += shared.addTask(id, TASK_TYPE_FILE, QoS::qosRetryForever(), TASK_PRIORITY_DEFAULT,
+                                         "") == 0;
+                std::vector<BaseTask> tasks;
+                if (shared.getTask(tasks, 8 | 16, TASK_STATUS_WAITING, 1 + index % 3) == SQLITE_OK) {
+                    for (const BaseTask& taken : tasks) {
+                        received[static_cast<std::size_t>(index)].push_back(taken.getTaskId());
+                        EXPECT_EQ(SQLITE_OK, shared.sweepTask(taken.getTaskId(), 0));
+                    }
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    std::set<std::string> distinct;
+    std::size_t all = 0;
+    for (const auto& ids : received) {
+        all += ids.size();
+        distinct.insert(ids.begin(), ids.end());
+    }
+    EXPECT_EQ(kThreads * kTasks, stored);
+    EXPECT_EQ(all, distinct.size());
+    EXPECT_EQ(static_cast<int>(all), rows("table_result"));
+    EXPECT_EQ(kThreads * kTasks, rows("table_result") + rows("table_task"));
 }
