@@ -186,8 +186,8 @@ protected:
     }
     void restore() {
         close();
-        std::filesystem::copy_file(m_dir.path("prepared.db"), file(),
-                                   std::filesystem::copy_options::overwrite_existing);
+        std::filesystem::remove(file());  // not every C++ library overwrites when it is told to
+        std::filesystem::copy_file(m_dir.path("prepared.db"), file());
     }
     // All rows of all tables, without the times, which the clock writes.
     std::vector<std::string> content() {

@@ -21,6 +21,7 @@ std::vector<std::string> CrashRun::liveAndDie(const std::string& directory, cons
     Poco::PipeInputStream stream(output);
     std::vector<std::string> lines;
     std::string line;
+    std::getline(stream, line);  // "ready": a kill ahead of it would be of a program that hasn't begun
     while (lines.size() < atLeastLines && std::getline(stream, line)) {
         lines.push_back(line);
     }

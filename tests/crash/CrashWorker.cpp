@@ -3,6 +3,7 @@
 
 int main(int argc, char** argv) {
     const std::string work = argc == 4 ? argv[1] : "";
+    vlox_test::tell("ready");
     if (work == "store") {
         vlox_test::workStore(argv[2], argv[3]);
     } else if (work == "log") {

@@ -1,5 +1,6 @@
-// What the program that is killed can work on. Each work goes on until the kill and tells on the standard
-// output, a line each, what it begins, "try <operation> <arguments>", and what it has done, "ok <the same>".
+// What the program that is killed can work on. It says "ready"; then each work goes on until the kill and
+// tells on the standard output, a line each, what it begins, "try <operation> <arguments>", and what it has
+// done, "ok <the same>".
 #ifndef TESTS_CRASH_WORK_H
 #define TESTS_CRASH_WORK_H
 

@@ -30,7 +30,9 @@ std::wstring OwnRegistry::newName() {
 
 void storeValue(HKEY root, const std::wstring& key, const std::wstring& name, DWORD type,
                 const std::string& bytes) {
-    EXPECT_EQ(ERROR_SUCCESS, RegSetKeyValueW(root, key.c_str(), name.c_str(), type, bytes.data(),
+    // Else a terminator behind them would be stored with them.
+    const std::string followed = bytes + "\xff\xff\xff";
+    EXPECT_EQ(ERROR_SUCCESS, RegSetKeyValueW(root, key.c_str(), name.c_str(), type, followed.data(),
                                              static_cast<DWORD>(bytes.size())));
 }
 

@@ -22,9 +22,11 @@ std::string readUserSetting(const std::string& name, std::size_t limitInBytes) {
     return value.substr(0, value.find('\0'));
 }
 
+// For a text Windows looks at the unit behind it too, and stores that as well where it is a terminator.
 void writeUserSetting(const std::string& name, const std::string& value) {
+    const std::string followed = value + "\xff\xff\xff";
     RegSetValueExW(settings().get(), toWide(name).c_str(), 0, REG_SZ,
-                   reinterpret_cast<const BYTE*>(value.data()), static_cast<DWORD>(value.size()));
+                   reinterpret_cast<const BYTE*>(followed.data()), static_cast<DWORD>(value.size()));
 }
 
 }  // namespace vloxlib::platform
