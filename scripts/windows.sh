@@ -42,7 +42,7 @@ configure() {
 start_wine() {
     export WINEPREFIX=$PWD/build/windows/wine WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml= DISPLAY=
     mkdir -p "$WINEPREFIX"
-    "$wineserver" -p
+    "$wineserver" -p || true # one that runs already will do
     trap '"$wineserver" -k || true' EXIT
     "$wine" wineboot -u >/dev/null 2>&1 || vlox_refuse "Wine doesn't start, with its folder in $WINEPREFIX"
 }
