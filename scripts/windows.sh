@@ -40,7 +40,7 @@ configure() {
 # One server for all tests; without it every test would start and stop a Windows of its own. The environment is that
 # of the test preset.
 start_wine() {
-    export WINEPREFIX=$PWD/build/windows/wine WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml= DISPLAY=
+    export WINEPREFIX=$PWD/build/windows/wine WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml= DISPLAY= LC_ALL=C.UTF-8
     mkdir -p "$WINEPREFIX"
     "$wineserver" -p || true # one that runs already will do
     trap '"$wineserver" -k || true' EXIT

@@ -102,7 +102,7 @@ TEST_F(FileDemoTest, BearsAPlatformThatMisbehaves) {
         servePlatform(row.rule, row.every);
         std::filesystem::create_directories(m_dir.path("data/fetched"));
         if (!row.partial.empty()) {
-            m_dir.write("data/fetched/source.part", row.partial);
+            m_dir.write("data/fetched/" + kSource + ".part", row.partial);
         }
         EXPECT_EQ(0, runFile()) << output();
         EXPECT_TRUE(copyIsRight());
@@ -124,7 +124,7 @@ TEST_F(FileDemoTest, SaysWhatIsWrong) {
     servePlatform("flip=100");
     EXPECT_EQ(kFailed, runFile());
     EXPECT_THAT(output(), HasSubstr("what arrived is not what was sent"));
-    EXPECT_FALSE(std::filesystem::exists(m_dir.path("data/fetched/source")));
+    EXPECT_FALSE(std::filesystem::exists(m_dir.path("data/fetched/" + kSource)));
     servePlatform();
     EXPECT_EQ(0, runFile()) << output();
     EXPECT_TRUE(copyIsRight());
@@ -148,7 +148,7 @@ TEST_F(FileDemoTest, ASourceThatChangesIsNotSentHalfAndHalf) {
     Run run(*this, options());
     await([&] { return asked("file/chunk/upload") > 0; });
     m_content = "changed" + m_content;
-    m_dir.write("source", m_content);
+    m_dir.write(kSource, m_content);
     server().stop();  // at the latest when it comes back for the rest
     servePlatform();
     EXPECT_EQ(kFailed, run.wait());

@@ -107,6 +107,16 @@ TEST_F(InspectStore, ReadsWhatAKilledProcessLeftInTheLog) {
     EXPECT_EQ(before, contents(killed));
 }
 
+TEST_F(InspectStore, FindsAFileWithANameInAnyScript) {
+    addTask("first");
+    close();
+    const std::string name = u8"数据 für 😀";
+    m_dir.write(name, m_dir.read("client.db"));
+    EXPECT_EQ(1U, json("store", m_dir.path(name))["head_of_the_queue"].Size());
+    const Outcome missing = inspectFile({"store", m_dir.path(name + "!")});
+    EXPECT_NE(std::string::npos, missing.complaint.find(name + "! is no file")) << missing.complaint;
+}
+
 TEST(InspectDns, TellsWhichAddressWouldBeChosen) {
     const TempDir dir;
     RawDatabase cache(dir.path("vloxDomain.db"));

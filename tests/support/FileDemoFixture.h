@@ -14,23 +14,24 @@ namespace vlox_test {
 class FileDemoTest : public DemoTest {
 protected:
     static constexpr int kChunk = 65536;
+    inline static const std::string kSource = u8"源文件 ø 🙂";
     static constexpr std::size_t kSize = 3'000'001;  // 46 slices, the last of them short
 
     FileDemoTest() {
         servePlatform();
-        m_dir.write("source", m_content);
+        m_dir.write(kSource, m_content);
     }
 
     void servePlatform(const std::string& rule = "delay=0", const std::string& every = "1") {
         serve({"--tls", "--files", m_dir.path("store"), "--keys", m_dir.path("keys"), "--misbehave", rule,
                "--every", every});
     }
-    std::vector<std::string> options(const std::string& file = "source", int chunk = kChunk) const {
+    std::vector<std::string> options(const std::string& file = kSource, int chunk = kChunk) const {
         return {"--file", m_dir.path(file), "--chunk", std::to_string(chunk)};
     }
     int runFile() const { return Run(*this, options()).wait(); }
-    bool copyIsRight() const { return m_dir.read("data/fetched/source") == m_content; }
-    std::string partial() const { return m_dir.path("data/fetched/source.part"); }
+    bool copyIsRight() const { return m_dir.read("data/fetched/" + kSource) == m_content; }
+    std::string partial() const { return m_dir.path("data/fetched/" + kSource + ".part"); }
 
     /// How many times a service was asked, since the platform's start.
     long long asked(const char* path) {
