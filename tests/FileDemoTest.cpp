@@ -124,7 +124,7 @@ TEST_F(FileDemoTest, SaysWhatIsWrong) {
     servePlatform("flip=100");
     EXPECT_EQ(kFailed, runFile());
     EXPECT_THAT(output(), HasSubstr("what arrived is not what was sent"));
-    EXPECT_FALSE(std::filesystem::exists(m_dir.path("data/fetched/" + kSource)));
+    EXPECT_FALSE(std::filesystem::exists(copy()));
     servePlatform();
     EXPECT_EQ(0, runFile()) << output();
     EXPECT_TRUE(copyIsRight());

@@ -61,15 +61,17 @@ Courier::Courier(const Options& options, Journal& journal)
     : m_options(options), m_journal(journal), m_progress(options.progressLine) {}
 
 std::string Courier::copyPath() const {
-    const std::filesystem::path folder = std::filesystem::absolute(m_options.directory) / "fetched";
-    return (folder / std::filesystem::path(m_options.file).filename()).string();
+    const std::filesystem::path folder =
+        std::filesystem::absolute(std::filesystem::u8path(m_options.directory)) / "fetched";
+    return (folder / std::filesystem::u8path(m_options.file).filename()).u8string();
 }
 
 bool Courier::run(const std::atomic<bool>& interrupted) {
     std::ostringstream platform;
-    platform << std::ifstream(m_options.platform).rdbuf();
-    const std::string source = std::filesystem::absolute(m_options.file).lexically_normal().string();
-    std::filesystem::create_directories(std::filesystem::path(copyPath()).parent_path());
+    platform << std::ifstream(std::filesystem::u8path(m_options.platform)).rdbuf();
+    const std::string source =
+        std::filesystem::absolute(std::filesystem::u8path(m_options.file)).lexically_normal().u8string();
+    std::filesystem::create_directories(std::filesystem::u8path(copyPath()).parent_path());
     const Client client(m_options, platform.str(), [this] {
         return createFilesModule("files", m_options.senders, &Courier::listen, this);
     });
@@ -262,15 +264,15 @@ void Courier::printTable(std::ostream& out) const {
 
 void Courier::writeSummary() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    std::ofstream(m_options.summary) << JsonObject()
-                                            .add("copy", copyPath())
-                                            .add("digest", m_digest)
-                                            .add("sentBefore", m_up.first)
-                                            .add("sent", m_up.done)
-                                            .add("fetchedBefore", m_down.first)
-                                            .add("fetched", m_down.done)
-                                            .text()
-                                     << std::endl;
+    std::ofstream(std::filesystem::u8path(m_options.summary)) << JsonObject()
+                                                                     .add("copy", copyPath())
+                                                                     .add("digest", m_digest)
+                                                                     .add("sentBefore", m_up.first)
+                                                                     .add("sent", m_up.done)
+                                                                     .add("fetchedBefore", m_down.first)
+                                                                     .add("fetched", m_down.done)
+                                                                     .text()
+                                                              << std::endl;
 }
 
 }  // namespace app

@@ -2,14 +2,13 @@
 
 #include <common/Json.h>
 
-#include <filesystem>
 #include <stdexcept>
 
 namespace app {
 
-Journal::Journal(const std::string& path) : m_path(path) {
+Journal::Journal(const std::string& path) : m_path(std::filesystem::u8path(path)) {
     read();
-    m_file.open(path, std::ios::binary | std::ios::app);
+    m_file.open(m_path, std::ios::binary | std::ios::app);
     if (!m_file) {
         throw std::runtime_error("can't write " + path);
     }

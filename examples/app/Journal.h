@@ -1,6 +1,7 @@
 #ifndef APP_JOURNAL_H
 #define APP_JOURNAL_H
 
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <string>
@@ -20,12 +21,12 @@ public:
 
     /// Each result as it was told, by its id.
     const std::map<std::string, std::string>& results() const { return m_results; }
-    const std::string& path() const { return m_path; }
+    std::string path() const { return m_path.u8string(); }
 
 private:
     void read();
 
-    const std::string m_path;
+    const std::filesystem::path m_path;
     std::map<std::string, std::string> m_results;
     std::ofstream m_file;
 };

@@ -2,6 +2,7 @@
 
 #include <common/Json.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -23,7 +24,7 @@ Messenger::Messenger(const Options& options, Journal& journal)
 
 bool Messenger::run(const std::atomic<bool>& interrupted) {
     std::ostringstream platform;
-    platform << std::ifstream(m_options.platform).rdbuf();
+    platform << std::ifstream(std::filesystem::u8path(m_options.platform)).rdbuf();
     bool allSent = false;
     {
         const Client client(m_options, platform.str(), [this] {
@@ -55,7 +56,7 @@ void Messenger::start(const Client& client) {
 }
 
 bool Messenger::sendLines(const Client& client, const std::atomic<bool>& interrupted) {
-    std::ifstream file(m_options.messages, std::ios::binary);
+    std::ifstream file(std::filesystem::u8path(m_options.messages), std::ios::binary);
     int number = 0;
     for (std::string line; !interrupted && std::getline(file, line);) {
         ++number;

@@ -75,7 +75,8 @@ Options parseOptions(int argc, char** argv) {
             "<messages.jsonl> | --file <path> [--chunk "
             "<bytes>]");
     }
-    if (options.file.empty() && !std::filesystem::is_regular_file(options.messages)) {
+    if (options.file.empty() &&
+        !std::filesystem::is_regular_file(std::filesystem::u8path(options.messages))) {
         throw OptionError("no such file: " + options.messages);
     }
     return options;

@@ -61,10 +61,10 @@ void printFailures(std::ostream& out, const Figures& figures, const rapidjson::V
 // The log's name carries the date.
 std::string logFile(const std::string& directory) {
     std::string newest;
-    for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-        const std::string name = entry.path().filename().string();
-        if (name.rfind("windows_sdk", 0) == 0 && entry.path().string() > newest) {
-            newest = entry.path().string();
+    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::u8path(directory))) {
+        const std::string name = entry.path().filename().u8string();
+        if (name.rfind("windows_sdk", 0) == 0 && entry.path().u8string() > newest) {
+            newest = entry.path().u8string();
         }
     }
     return newest.empty() ? "none" : newest;
@@ -93,17 +93,18 @@ void printTable(std::ostream& out, const Figures& figures, const Journal& journa
 
 void writeSummary(const Figures& figures, const Journal& journal, const Options& options) {
     const rapidjson::Document report = common::parseJson(figures.report);
-    std::ofstream(options.summary) << JsonObject()
-                                          .add("stored", figures.stored)
-                                          .add("known", figures.known)
-                                          .add("leftBehind", figures.leftBehind)
-                                          .add("skipped", figures.skipped)
-                                          .add("delivered", figures.delivered)
-                                          .add("twice", figures.twice)
-                                          .add("allResults", static_cast<long long>(journal.results().size()))
-                                          .add("report", report)
-                                          .text()
-                                   << std::endl;
+    std::ofstream(std::filesystem::u8path(options.summary))
+        << JsonObject()
+               .add("stored", figures.stored)
+               .add("known", figures.known)
+               .add("leftBehind", figures.leftBehind)
+               .add("skipped", figures.skipped)
+               .add("delivered", figures.delivered)
+               .add("twice", figures.twice)
+               .add("allResults", static_cast<long long>(journal.results().size()))
+               .add("report", report)
+               .text()
+        << std::endl;
 }
 
 }  // namespace app

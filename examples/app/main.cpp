@@ -61,7 +61,7 @@ int run(const app::Options& options) {
     if (options.stopOnEof) {
         interruptWhenInputEnds();
     }
-    std::filesystem::create_directories(options.directory);
+    std::filesystem::create_directories(std::filesystem::u8path(options.directory));
     const int code = options.file.empty() ? runMessages(options) : runFile(options);
     if (code == kStoppedEarly) {
         std::cout << "\nstopped early; the next run on the same directory finishes the rest" << std::endl;

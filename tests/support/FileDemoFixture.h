@@ -31,7 +31,8 @@ protected:
     }
     int runFile() const { return Run(*this, options()).wait(); }
     bool copyIsRight() const { return m_dir.read("data/fetched/" + kSource) == m_content; }
-    std::string partial() const { return m_dir.path("data/fetched/" + kSource + ".part"); }
+    std::filesystem::path copy() const { return fetched(""); }
+    std::filesystem::path partial() const { return fetched(".part"); }
 
     /// How many times a service was asked, since the platform's start.
     long long asked(const char* path) {
@@ -46,6 +47,10 @@ protected:
             ASSERT_LT(std::chrono::steady_clock::now(), giveUp);
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
+    }
+
+    std::filesystem::path fetched(const std::string& ending) const {
+        return std::filesystem::u8path(m_dir.path("data/fetched/" + kSource + ending));
     }
 
     std::string m_content = [] {
