@@ -16,18 +16,18 @@
 #include <cstring>
 #include <future>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "support/TempDir.h"
+#include "support/TokenListener.h"
 #include "vloxlib/Context.h"
-#include "vloxlib/network/NetworkChangedListener.h"
 #include "vloxlib/network/NetworkMonitor.h"
 #include "win32/vloxCommonlib.h"
 
 using namespace vloxlib;
+using vlox_test::TokenListener;
 
 namespace {
 
@@ -107,30 +107,6 @@ bool runInOwnNetwork(Body body) {
                       })
         .get();
 }
-
-class TokenListener : public NetworkChangedListener {
-public:
-    void onNetworkChanged(const NetworkInfo& current) override {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        EXPECT_EQ(NETWORK_TYPE_CONNECTED, current.getNetworkType());
-        m_tokens.push_back(std::stoll(current.getIPAddress()));
-    }
-    std::vector<long long> tokens() const {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_tokens;
-    }
-    bool awaitTokens(std::size_t count, std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
-        const auto giveUp = std::chrono::steady_clock::now() + limit;
-        while (tokens().size() < count && std::chrono::steady_clock::now() < giveUp) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return tokens().size() >= count;
-    }
-
-private:
-    mutable std::mutex m_mutex;
-    std::vector<long long> m_tokens;
-};
 
 }  // namespace
 
