@@ -66,7 +66,7 @@ TEST_F(DemoTest, OverTlsItTrustsTheAuthorityOfThePlatformAlone) {
 }
 
 TEST_F(DemoTest, LosesNothingWhenKilledAtRandomMoments) {
-    serve({"--misbehave", "delay=20"});
+    serve({"--misbehave", "delay=40"});
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);

@@ -79,7 +79,10 @@ protected:
         // By its number: on Windows the handle would be closed, and wait() needs it.
         void kill() { Poco::Process::kill(m_process.id()); }
         int pid() const { return static_cast<int>(m_process.id()); }
-        bool running() const { return Poco::Process::isRunning(m_process); }
+        // By its output: a process that has ended but wasn't waited for counts as running on some systems.
+        bool running() const {
+            return m_printed.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
+        }
         int wait() {
             const int code = m_process.wait();
             m_dir.write("output", m_printed.get());
