@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 
+#include "platform/FileOpen.h"
 #include "vloxlib/database/Schema.h"
 #include "vloxlib/database/Statement.h"
 #include "vloxlib/log/vloxLog.h"
@@ -80,6 +81,7 @@ Sqlite3Functions::~Sqlite3Functions() {
 
 void Sqlite3Functions::openFile(const char* path) {
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
+    platform::makePrivateFile(path);  // the files that SQLite puts beside it get the same rights
     const int rc = sqlite3_open_v2(path, &m_db, flags, nullptr);
     if (rc != SQLITE_OK) {
         VLOX_LOG(4, "open sqlite file(%s) failed. ret=%d", path, rc);

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/FileOpen.h"
 #include "vloxlib/dnscache/DomainModel.h"
 #include "vloxlib/dnscache/IpModel.h"
 
@@ -83,6 +84,7 @@ const char* const DnsCacheFile::s_texts[TEXTS] = {
 bool DnsCacheFile::open(const std::string& path) {
     sqlite3* connection = nullptr;
     constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
+    platform::makePrivateFile(path);  // the journal gets the same rights
     const int code = sqlite3_open_v2(path.c_str(), &connection, kFlags, nullptr);
     SqliteConnection opened(connection);  // there is one to release even after a failure
     if (code == SQLITE_OK) {

@@ -80,7 +80,9 @@ int FileUtil::createDir(const std::string& path) {
         return kFailed;
     }
     try {
-        Poco::File(path).createDirectory();
+        if (!platform::makePrivateFolder(path)) {
+            Poco::File(path).createDirectory();  // knows one that is there from a failure
+        }
         return kDone;
     } catch (const Poco::Exception& error) {
         VLOX_LOG(3, "failed. code = %d", error.code());
@@ -181,10 +183,12 @@ int FileUtil::writeFileContent(const std::string& path, const std::string& conte
         return kFailed;
     }
     try {
-        Poco::FileOutputStream file(path, std::ios::out | std::ios::trunc);
-        file.write(content.data(), static_cast<std::streamsize>(content.size()));
-        file.close();
-        if (!file) {
+        std::FILE* const file = platform::openFile(path, "wb");
+        if (file == nullptr) {
+            Poco::File::handleLastError(path);
+        }
+        const bool written = std::fwrite(content.data(), 1, content.size(), file) == content.size();
+        if (std::fclose(file) != 0 || !written) {
             throw Poco::WriteFileException(path);
         }
         return kDone;

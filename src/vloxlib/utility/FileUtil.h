@@ -14,6 +14,8 @@ namespace vloxlib {
 /// Threads: all operations from any thread; two writers of one file aren't coordinated.
 /// Errors: results only, no file error leaves as an exception; each failure is logged at level 3. Int results
 /// are 0 for success and -1 for every failure. What a failed operation has done so far stays.
+/// Rights: on Linux what is made here is its user's alone (files 0600, directories 0700); what is there
+/// already keeps its rights. Opened files aren't passed on to the programs that the process starts.
 class VLOX_API FileUtil {
 public:
     /// @return 0 when something is at the path, -1 when not.
