@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <thread>
 
+#include "quilcrypto/QuilCryptoLib.h"
 #include "quilcrypto/Sm2.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
@@ -42,6 +44,27 @@ protected:
         return key ? std::string(key->begin(), key->end()) : "not unwrapped";
     }
 
+    // Also what somebody sealed under the zeros that stand in for a key stays closed.
+    void expectNoKey(EncryptBridge& bridge, unsigned int selector) const {
+        const std::string zeros(16, '\0');
+        unsigned char forged[16];
+        unsigned int length = sizeof forged;
+        ASSERT_EQ(QCL_SUCCESS, QCLCryptEncrypt(selector, asBytes(zeros), 16, asBytes(kSymIv), 16, forged,
+                                               &length, asBytes("text"), 4, 0));
+        EXPECT_EQ("", bridge.getSecretKeyBase64());
+        EXPECT_EQ("", bridge.encryptData("text"));
+        EXPECT_EQ("", bridge.decryptData(std::string(forged, forged + length)));
+        EXPECT_NE("", bridge.symmetricEncryptContentBySpecialSecretKey("text")) << "needs no session key";
+        EXPECT_FALSE(bridge.symmetricEncryptFile(m_dir.path("plain").c_str(), m_dir.path("sealed").c_str()));
+        EXPECT_EQ(selector == QCL_SM4_CBC,
+                  bridge.symmetricDecryptFile(m_dir.path("plain").c_str(), m_dir.path("back").c_str()))
+            << "under SM4 success is false";
+        EXPECT_FALSE(std::filesystem::exists(m_dir.path("sealed")));
+        EXPECT_FALSE(std::filesystem::exists(m_dir.path("back")));
+    }
+    void SetUp() override { m_dir.write("plain", std::string(48, 'p')); }
+
+    const TempDir m_dir;
     const std::shared_ptr<ConfigManager> m_config = ConfigManager::getInstance("bridge test");
     const std::optional<sm2::PrivateKey> m_server = sm2::PrivateKey::generate();
     Aes128CBCStrategy m_aes;
@@ -144,10 +167,8 @@ TEST_F(EncryptBridgeTest, AnIncompleteConfigurationCanBeMended) {
     EXPECT_EQ(0, bridge->initial());
     EXPECT_EQ(16u, unwrapped(*bridge).size());
 
-    const auto pathless = configured(4, 1, "identity");
-    EXPECT_EQ(0, pathless->initial());
+    EXPECT_EQ(0, configured(4, 1, "identity")->initial());
     EXPECT_EQ(1, log.count("E", "encryptInitalFromCfg error:encryPath is empty"));
-    EXPECT_EQ("", pathless->getSecretKeyBase64());
 }
 
 TEST_F(EncryptBridgeTest, AFailedKeyIsOnlyTriedAgainAfterUnInitial) {
@@ -156,11 +177,45 @@ TEST_F(EncryptBridgeTest, AFailedKeyIsOnlyTriedAgainAfterUnInitial) {
     EXPECT_EQ(-1, bridge->initial());
     m_config->setConfig(CONFIG_ENCRYPT_PUBKEY, serverKey());
     EXPECT_EQ(0, bridge->initial()) << "nothing to do";
-    EXPECT_EQ("", bridge->getSecretKeyBase64());
+    expectNoKey(*bridge, QCL_AES128_CBC);
     EXPECT_EQ(1, log.count("initPubKeyContext failed"));
     bridge->unInitial();
     EXPECT_EQ(0, bridge->initial());
     EXPECT_EQ(16u, unwrapped(*bridge).size());
+
+    m_config->setConfig(CONFIG_ENCRYPT_PUBKEY, std::string("AAAA"));
+    bridge->unInitial();
+    EXPECT_EQ(-1, bridge->initial());
+    expectNoKey(*bridge, QCL_AES128_CBC);
+}
+
+TEST_F(EncryptBridgeTest, WithoutAKeyNothingIsEncryptedOrDecrypted) {
+    struct Row {
+        const char* why;
+        int policy;
+        std::string pubKey;
+        std::string parameters;  // a path, or what an explicit value can't be read from
+    };
+    const Row rows[] = {
+        {"a key that is no point", 2, "AAAA", ""},
+        {"no key", 2, "", ""},
+        {"a parameter file that can't be read", 4, "server", m_dir.path("missing")},
+        {"no parameter file", 4, "server", ""},
+        {"an unknown policy", 3, "server", ""},
+    };
+    for (const Row& row : rows) {
+        for (const int cipher : {1, 2}) {
+            SCOPED_TRACE(std::string(row.why) + ", cipher " + std::to_string(cipher));
+            const unsigned int selector = cipher == 1 ? QCL_AES128_CBC : QCL_SM4_CBC;
+            const auto bridge = configured(row.policy, cipher, row.pubKey);
+            m_config->setConfig(CONFIG_ENCRYPT_PARAM_PATH, row.parameters);
+            bridge->initial();
+            expectNoKey(*bridge, selector);
+            EncryptBridge explicitly(static_cast<SYM_ENCRYPT_TYPE>(cipher),
+                                     static_cast<ASYM_ENCRYPT_TYPE>(row.policy), row.pubKey, row.parameters);
+            expectNoKey(explicitly, selector);
+        }
+    }
 }
 
 TEST_F(EncryptBridgeTest, UnknownNumbersFallBack) {
@@ -181,7 +236,7 @@ TEST_F(EncryptBridgeTest, ExplicitValuesMakeAKeyAtOnce) {
     EncryptBridge bridge(SYM_AES128_CBC, ASYM_SM2, serverKey(), "");
     EXPECT_EQ(m_aes.encryptData(asBytes(unwrapped(bridge)), 16, "text"), bridge.encryptData("text"));
     EXPECT_EQ(R"({"asymAlg":2,"symAlg":1})", typesOf(bridge));
-    EXPECT_EQ("", EncryptBridge(SYM_AES128_CBC, ASYM_SM2, "no key", "").getSecretKeyBase64());
+    { const EncryptBridge gone(SYM_AES128_CBC, ASYM_SM2, serverKey(), ""); }
     EXPECT_EQ(1, log.count("T", "vloxlib::EncryptBridge::~EncryptBridge"));
 }
 

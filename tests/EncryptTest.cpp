@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -48,6 +49,16 @@ std::string patterned(std::size_t length) {
         byte = static_cast<char>(random());
     }
     return bytes;
+}
+
+// The last two symbols are what tells the alphabets apart.
+bool hasBothLastSymbols(const std::string& text) {
+    return text.find('-') != std::string::npos && text.find('_') != std::string::npos;
+}
+std::string standardForm(std::string text) {
+    std::replace(text.begin(), text.end(), '-', '+');
+    std::replace(text.begin(), text.end(), '_', '/');
+    return text + std::string((4 - text.size() % 4) % 4, '=') + "\n";
 }
 
 // Files in a directory of the test's own, by their names.
@@ -323,14 +334,19 @@ TEST(GenericFiles, GoBlockByBlockThroughTheStrategy) {
 
 TEST(AsymStrategies, Sm2WrapsItsKeyForTheServer) {
     const LogCapture log;
-    const auto server = sm2::PrivateKey::generate();
-    ASSERT_TRUE(server);
-    const sm2::Bytes point = server->toPoint();
-    const std::string octets(point.begin(), point.end());
+    std::optional<sm2::PrivateKey> server;
+    std::string octets;
+    while (!hasBothLastSymbols(Base64::encode(octets))) {
+        server = sm2::PrivateKey::generate();
+        ASSERT_TRUE(server);
+        const sm2::Bytes point = server->toPoint();
+        octets.assign(point.begin(), point.end());
+    }
+    const std::string text = Base64::encode(octets);
     std::vector<std::string> keys;
-    for (const std::string& bytes : {octets, octets.substr(1)}) {
+    for (const std::string& key : {text, Base64::encode(octets.substr(1)), standardForm(text)}) {
         QCLSm2Strategy strategy;
-        ASSERT_EQ(1, strategy.initialWithKey(Base64::encode(bytes), "", ""));
+        ASSERT_EQ(1, strategy.initialWithKey(key, "", ""));
         const std::string wrapped = Base64::decode(strategy.getSecretKeyBase64());
         const auto unwrapped = server->decrypt(wrapped);
         ASSERT_TRUE(unwrapped);
@@ -339,7 +355,7 @@ TEST(AsymStrategies, Sm2WrapsItsKeyForTheServer) {
         EXPECT_EQ(1, log.count("D", "getSecretKeyBase64=" + strategy.getSecretKeyBase64()));
     }
     EXPECT_NE(keys[0], keys[1]);
-    EXPECT_EQ(2, log.count("I", "called")) << "one line per strategy that goes";
+    EXPECT_EQ(3, log.count("I", "called")) << "one line per strategy that goes";
 }
 
 TEST(AsymStrategies, AnSm2KeyThatIsNoPointMakesNothing) {
@@ -358,10 +374,15 @@ TEST(AsymStrategies, AnSm2KeyThatIsNoPointMakesNothing) {
 TEST(AsymStrategies, Sm9WrapsItsKeyForTheIdentity) {
     const LogCapture log;
     const TempDir dir;
-    const auto centre = sm9::MasterKey::generate();
-    ASSERT_TRUE(centre);
-    const sm9::Bytes der = centre->parameters().toDer();
-    const std::string text = Base64::encode(std::string(der.begin(), der.end()));
+    std::optional<sm9::MasterKey> centre;
+    std::string text;
+    while (!hasBothLastSymbols(text)) {
+        centre = sm9::MasterKey::generate();
+        ASSERT_TRUE(centre);
+        const sm9::Bytes der = centre->parameters().toDer();
+        text = Base64::encode(std::string(der.begin(), der.end()));
+    }
+    dir.write("standard", standardForm(text));
     const std::string broken = text.substr(0, 20) + "\r\n" + text.substr(20) + "\n";
     const std::string marked = "-----BEGIN IBC PARAMETERS-----\n" + broken + "-----END IBC PARAMETERS-----\n";
     dir.write("parameters", marked);
@@ -375,6 +396,8 @@ TEST(AsymStrategies, Sm9WrapsItsKeyForTheIdentity) {
         {"text without markers", "", broken, 1},
         {"text with markers", "", marked, 2},
         {"a file, which goes before the text", dir.path("parameters"), "no parameters", 2},
+        {"a file as other programs write it", dir.path("standard"), "", 2},
+        {"the text of such a file", "", standardForm(text), 3},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.why);
@@ -386,7 +409,7 @@ TEST(AsymStrategies, Sm9WrapsItsKeyForTheIdentity) {
         EXPECT_EQ(std::string(key->begin(), key->end()), strategy.getSecretKey());
         EXPECT_EQ(row.warnings, log.count("W", "m_ibcParmFilePath is empty"));
     }
-    EXPECT_EQ(6, log.count("I", "called")) << "both destructors of each strategy";
+    EXPECT_EQ(10, log.count("I", "called")) << "both destructors of each strategy";
 }
 
 TEST(AsymStrategies, Sm9WithoutParametersOrIdentityMakesNothing) {

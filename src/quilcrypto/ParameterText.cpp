@@ -1,5 +1,7 @@
 #include "quilcrypto/ParameterText.h"
 
+#include <utility>
+
 #include "vloxlib/utility/UrlBase64.h"
 
 namespace vloxlib::quil {
@@ -23,7 +25,7 @@ std::optional<sm9::SystemParameters> parametersFromContent(const std::string& co
     std::string text = content;
     removeFirst(text, "-----BEGIN IBC PARAMETERS-----");
     removeFirst(text, "-----END IBC PARAMETERS-----");
-    return sm9::SystemParameters::fromDer(urlbase64::decode(text.data(), text.size()));
+    return sm9::SystemParameters::fromDer(urlbase64::decodeEither(std::move(text)));
 }
 
 }  // namespace vloxlib::quil

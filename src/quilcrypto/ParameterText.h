@@ -9,7 +9,7 @@
 
 namespace vloxlib::quil {
 
-// The content is the DER bytes, or their URL-safe Base64, with line breaks and the marker lines
+// The content is the DER bytes, or their Base64 in either alphabet, with line breaks and the marker lines
 // "-----BEGIN IBC PARAMETERS-----" and "-----END IBC PARAMETERS-----" or without them.
 std::optional<sm9::SystemParameters> parametersFromContent(const std::string& content);
 

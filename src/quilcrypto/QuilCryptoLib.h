@@ -81,8 +81,8 @@ void QCLDestroyLibCtx(void* context);
 /// @param reserved 0
 int QCLSetLibCtxAttribute(void* context, int attribute, void* parameters, unsigned int reserved);
 
-/// Reads SM9 system parameters from a file: the DER bytes, or the URL-safe Base64 of them, with marker
-/// lines or without.
+/// Reads SM9 system parameters from a file: the DER bytes, or the Base64 of them in either alphabet, with
+/// marker lines or without.
 /// @param path UTF-8
 int QCLCreateIBCParamObjectFromFile(void** parameters, const char* path);
 /// Reads SM9 system parameters from DER bytes: SEQUENCE { Ppube BIT STRING } or the bare BIT STRING.

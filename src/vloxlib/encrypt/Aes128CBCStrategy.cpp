@@ -3,6 +3,7 @@
 #include "quilcrypto/QuilCryptoLib.h"
 #include "vloxlib/encrypt/AesBlockCipher.h"
 #include "vloxlib/encrypt/BlockFile.h"
+#include "vloxlib/encrypt/QclContent.h"
 
 namespace vloxlib {
 
@@ -51,29 +52,29 @@ int Aes128CBCStrategy::aesDecryptFile(const unsigned char* key, const std::strin
 bool Aes128CBCStrategy::cipherEncrypt(const unsigned char* key, unsigned int keyLength,
                                       const unsigned char* input, unsigned int inputLength,
                                       unsigned char* output, unsigned int& outputLength) {
-    return QCLCryptEncrypt(QCL_AES128_CBC, key, keyLength, m_iv, kIvLength, output, &outputLength, input,
-                           inputLength, 0) == QCL_SUCCESS;
+    return qclcontent::Key{QCL_AES128_CBC, key, keyLength, m_iv}.encrypt(input, inputLength, output,
+                                                                         outputLength);
 }
 
 bool Aes128CBCStrategy::cipherDecrypt(const unsigned char* key, unsigned int keyLength,
                                       const unsigned char* input, unsigned int inputLength,
                                       unsigned char* output, unsigned int& outputLength) {
-    return QCLCryptDecrypt(QCL_AES128_CBC, key, keyLength, m_iv, kIvLength, output, &outputLength, input,
-                           inputLength, 0) == QCL_SUCCESS;
+    return qclcontent::Key{QCL_AES128_CBC, key, keyLength, m_iv}.decrypt(input, inputLength, output,
+                                                                         outputLength);
 }
 
 bool Aes128CBCStrategy::blockEncrypt(const unsigned char* key, unsigned int keyLength,
                                      const unsigned char* input, unsigned int inputLength,
                                      unsigned char* output, unsigned int& outputLength) {
-    return QCLCryptEncrypt(QCL_AES128_BLOCK, key, keyLength, m_iv, kIvLength, output, &outputLength, input,
-                           inputLength, 0) == QCL_SUCCESS;
+    return qclcontent::Key{QCL_AES128_BLOCK, key, keyLength, m_iv}.encrypt(input, inputLength, output,
+                                                                           outputLength);
 }
 
 bool Aes128CBCStrategy::blockDecrypt(const unsigned char* key, unsigned int keyLength,
                                      const unsigned char* input, unsigned int inputLength,
                                      unsigned char* output, unsigned int& outputLength) {
-    return QCLCryptDecrypt(QCL_AES128_BLOCK, key, keyLength, m_iv, kIvLength, output, &outputLength, input,
-                           inputLength, 0) == QCL_SUCCESS;
+    return qclcontent::Key{QCL_AES128_BLOCK, key, keyLength, m_iv}.decrypt(input, inputLength, output,
+                                                                           outputLength);
 }
 
 }  // namespace vloxlib

@@ -4,6 +4,8 @@
 
 #include <new>
 
+#include "vloxlib/encrypt/QclContent.h"
+
 namespace vloxlib {
 
 namespace {
@@ -44,7 +46,7 @@ int AesBlockCipher::setDecryptKey(const unsigned char* key, int bits) { return s
 
 int AesBlockCipher::setKey(const unsigned char* key, int bits, bool encrypt) {
     const EVP_CIPHER* cipher = cipherOf(bits);
-    m_ready = cipher != nullptr && key != nullptr &&
+    m_ready = cipher != nullptr && qclcontent::isKey(key, static_cast<std::size_t>(bits / 8)) &&
               EVP_CipherInit_ex2(m_context.get(), cipher, key, nullptr, encrypt ? 1 : 0, nullptr) == 1 &&
               EVP_CIPHER_CTX_set_padding(m_context.get(), 0) == 1;
     return m_ready ? 0 : kBadKeySize;

@@ -16,7 +16,7 @@ public:
     AesBlockCipher(const AesBlockCipher&) = delete;
     AesBlockCipher& operator=(const AesBlockCipher&) = delete;
 
-    // 0, or -32 when there is no key or its size is not 128, 192 or 256 bits.
+    // 0, or -32 when there is no key (null, or all zeros) or its size is not 128, 192 or 256 bits.
     int setEncryptKey(const unsigned char* key, int bits);
     int setDecryptKey(const unsigned char* key, int bits);
 

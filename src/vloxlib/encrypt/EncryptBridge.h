@@ -22,7 +22,7 @@ namespace vloxlib {
 /// Threads: all operations from any thread. Content operations that overlap with initial() use the key of
 /// before or the one after it, never a half-made one. Ownership: the registry holds no bridge alive; who
 /// needs one keeps the shared pointer. Errors: content operations give an empty string or false, also on a
-/// bridge that has no strategies yet.
+/// bridge that has no strategies yet; without a session key they fail, and nothing is encrypted or written.
 class VLOX_API EncryptBridge : public Noncopyable {
 public:
     /// The registered bridge of an account (the empty text stands for "uuId"), or a new one without a key.
@@ -33,7 +33,7 @@ public:
     /// @param uuid the account, whose ConfigManager initial() reads
     explicit EncryptBridge(const std::string& uuid);
     /// A bridge into another zone, never registered. If its key can't be made, getSecretKeyBase64() is empty.
-    /// @param pubKey SM2: URL-safe Base64 of the key's bytes; SM9: the identity
+    /// @param pubKey SM2: Base64 of the key's bytes, in either alphabet; SM9: the identity
     /// @param ibcParamContent SM9: the text of the system parameters
     EncryptBridge(SYM_ENCRYPT_TYPE symType, ASYM_ENCRYPT_TYPE asymType, const std::string& pubKey,
                   const std::string& ibcParamContent);

@@ -32,8 +32,23 @@ int QCLAsymStrategy::initialWithKey(const std::string& pubKey, const std::string
 
 int QCLAsymStrategy::initPubKeyContext() { return 0; }
 
-int QCLAsymStrategy::initialSecretKey() {
+void QCLAsymStrategy::forgetSecretKey() {
     OPENSSL_cleanse(m_secretKey, sizeof(m_secretKey));
+    m_secretKeyBase64.clear();
+}
+
+// A key that didn't get to its wrapped form is forgotten: the server could not read what is encrypted under
+// it.
+int QCLAsymStrategy::initialSecretKey() {
+    forgetSecretKey();
+    const int result = makeSecretKey();
+    if (m_secretKeyBase64.empty()) {
+        forgetSecretKey();
+    }
+    return result;
+}
+
+int QCLAsymStrategy::makeSecretKey() {
     int result = QCL_random(m_secretKey, kSecretKeyLength);
     if (result != QCL_SUCCESS) {
         VLOX_LOG(4, "GM_random failed, ret=%d", result);

@@ -1,14 +1,15 @@
 #include "vloxlib/encrypt/QCLSm2Strategy.h"
 
 #include "quilcrypto/QuilCryptoLib.h"
-#include "vloxlib/encrypt/Base64.h"
 #include "vloxlib/log/vloxLog.h"
+#include "vloxlib/utility/UrlBase64.h"
 
 namespace vloxlib {
 
 QCLSm2Strategy::QCLSm2Strategy() : QCLAsymStrategy("QCLSm2Strategy") {}
 
 int QCLSm2Strategy::initial() {
+    forgetSecretKey();
     int result = initPubKeyContext();
     if (result != QCL_SUCCESS) {
         VLOX_LOG(4, "initPubKeyContext failed. ret=%d", result);
@@ -22,7 +23,7 @@ int QCLSm2Strategy::initial() {
 }
 
 int QCLSm2Strategy::initPubKeyContext() {
-    const std::string bytes = Base64::decode(m_pubKey);
+    const std::string bytes = urlbase64::decodeEither(m_pubKey);
     QCLDestroyPubKeyObject(m_pubKeyObject);
     m_pubKeyObject = nullptr;
     return QCLCreateSM2PubKeyObjectFromMem(&m_pubKeyObject,

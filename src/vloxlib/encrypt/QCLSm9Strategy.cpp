@@ -1,8 +1,10 @@
 #include "vloxlib/encrypt/QCLSm9Strategy.h"
 
+#include <utility>
+
 #include "quilcrypto/QuilCryptoLib.h"
-#include "vloxlib/encrypt/Base64.h"
 #include "vloxlib/log/vloxLog.h"
+#include "vloxlib/utility/UrlBase64.h"
 
 namespace vloxlib {
 
@@ -37,6 +39,7 @@ int QCLSm9Strategy::initialWithKey(const std::string& pubKey, const std::string&
 }
 
 int QCLSm9Strategy::initial() {
+    forgetSecretKey();
     int result = m_libCtx != nullptr ? QCL_SUCCESS : QCLCreateLibCtx(&m_libCtx);
     if (result != QCL_SUCCESS) {
         VLOX_LOG(4, "CreateLibCtx failed. ret=%d", result);
@@ -81,7 +84,7 @@ int QCLSm9Strategy::initParamFromContent() {
     }
     removeFirst(text, "-----BEGIN IBC PARAMETERS-----");
     removeFirst(text, "-----END IBC PARAMETERS-----");
-    const std::string bytes = Base64::decode(text);
+    const std::string bytes = urlbase64::decodeEither(std::move(text));
     return QCLCreateIBCParamObjectFromMem(&m_ibcParamObject,
                                           reinterpret_cast<const unsigned char*>(bytes.data()),
                                           static_cast<unsigned int>(bytes.size()));

@@ -9,8 +9,8 @@ namespace vloxlib {
 
 /// @brief Wraps the session key for an SM9 identity, under system parameters from a file or from a text.
 ///
-/// A parameter text is the URL-safe Base64 of their DER form; line breaks are allowed. It may stand between
-/// the lines "-----BEGIN IBC PARAMETERS-----" and "-----END IBC PARAMETERS-----".
+/// A parameter text is the Base64 of their DER form, in either alphabet; line breaks are allowed. It may
+/// stand between the lines "-----BEGIN IBC PARAMETERS-----" and "-----END IBC PARAMETERS-----".
 class VLOX_API QCLSm9Strategy : public QCLAsymStrategy {
 public:
     QCLSm9Strategy();

@@ -1,6 +1,7 @@
 #include "vloxlib/encrypt/Sm4Strategy.h"
 
 #include "quilcrypto/QuilCryptoLib.h"
+#include "vloxlib/encrypt/QclContent.h"
 
 namespace vloxlib {
 
@@ -8,14 +9,14 @@ Sm4Strategy::Sm4Strategy() : SymEncryptStrategy("Sm4Strategy") {}
 
 bool Sm4Strategy::cipherEncrypt(const unsigned char* key, unsigned int keyLength, const unsigned char* input,
                                 unsigned int inputLength, unsigned char* output, unsigned int& outputLength) {
-    return QCLCryptEncrypt(QCL_SM4_CBC, key, keyLength, m_iv, kIvLength, output, &outputLength, input,
-                           inputLength, 0) == QCL_SUCCESS;
+    return qclcontent::Key{QCL_SM4_CBC, key, keyLength, m_iv}.encrypt(input, inputLength, output,
+                                                                      outputLength);
 }
 
 bool Sm4Strategy::cipherDecrypt(const unsigned char* key, unsigned int keyLength, const unsigned char* input,
                                 unsigned int inputLength, unsigned char* output, unsigned int& outputLength) {
-    return QCLCryptDecrypt(QCL_SM4_CBC, key, keyLength, m_iv, kIvLength, output, &outputLength, input,
-                           inputLength, 0) == QCL_SUCCESS;
+    return qclcontent::Key{QCL_SM4_CBC, key, keyLength, m_iv}.decrypt(input, inputLength, output,
+                                                                      outputLength);
 }
 
 }  // namespace vloxlib

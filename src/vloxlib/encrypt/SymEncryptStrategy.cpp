@@ -6,6 +6,7 @@
 
 #include "vloxlib/encrypt/BlockFile.h"
 #include "vloxlib/encrypt/DeploymentSecrets.h"
+#include "vloxlib/encrypt/QclContent.h"
 #include "vloxlib/log/vloxLog.h"
 
 namespace vloxlib {
@@ -76,6 +77,9 @@ std::string SymEncryptStrategy::doDecryptData(const unsigned char* key, unsigned
 
 bool SymEncryptStrategy::encryptFile(const unsigned char* key, unsigned int keyLength,
                                      const std::string& source, const std::string& destination) {
+    if (!qclcontent::isKey(key, keyLength)) {
+        return false;
+    }
     const auto encryptBlock = [&](unsigned char* block, std::size_t) {
         unsigned char output[kBlockLength] = {};
         unsigned int length = kBlockLength;
@@ -92,6 +96,10 @@ bool SymEncryptStrategy::encryptFile(const unsigned char* key, unsigned int keyL
 
 bool SymEncryptStrategy::decryptFile(const unsigned char* key, unsigned int keyLength,
                                      const std::string& source, const std::string& destination) {
+    // The sense of all results is reversed; callers know it so.
+    if (!qclcontent::isKey(key, keyLength)) {
+        return true;
+    }
     unsigned char output[kBlockLength] = {};
     const auto decryptBlock = [&](unsigned char* block, std::size_t) {
         unsigned int length = kBlockLength;
@@ -99,7 +107,6 @@ bool SymEncryptStrategy::decryptFile(const unsigned char* key, unsigned int keyL
         std::copy_n(output, kBlockLength, block);
         return true;
     };
-    // The sense is reversed; callers know it so.
     return blockfile::decrypt(source, destination, blockfile::kBlock, decryptBlock) != blockfile::kDone;
 }
 

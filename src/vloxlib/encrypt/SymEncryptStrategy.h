@@ -12,7 +12,8 @@ namespace vloxlib {
 /// strings may hold any byte. All strategies use one fixed initialisation vector, agreed with the service, so
 /// that one plain text under one key always gives one cipher text. Threads: a strategy doesn't change after
 /// its construction, calls may overlap. Errors: content operations give the empty string and log at level 4;
-/// nothing is thrown but std::bad_alloc.
+/// nothing is thrown but std::bad_alloc. A key of zero bytes alone is what remains where none could be made:
+/// whatever encrypts or decrypts fails under it, and touches no file.
 class VLOX_API SymEncryptStrategy {
 public:
     virtual ~SymEncryptStrategy();
@@ -27,12 +28,13 @@ public:
                                     const std::string& cipher);
 
     /// Encrypts a file block by block with blockEncrypt(); the destination is replaced.
-    /// @return false when a block could not be encrypted, otherwise true, also when a file did not open
+    /// @return false without a key and when a block could not be encrypted, otherwise true, also when a file
+    /// did not open
     virtual bool encryptFile(const unsigned char* key, unsigned int keyLength, const std::string& source,
                              const std::string& destination);
     /// Decrypts a file block by block with blockDecrypt(), whose result is not looked at, and appends to the
     /// destination.
-    /// @return false on success, true when the source is cut off or a file could not be opened
+    /// @return false on success, true without a key, when the source is cut off or a file could not be opened
     virtual bool decryptFile(const unsigned char* key, unsigned int keyLength, const std::string& source,
                              const std::string& destination);
 

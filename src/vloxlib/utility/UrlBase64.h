@@ -77,6 +77,13 @@ inline std::string decode(const char* text, std::size_t length) {
     return data;
 }
 
+// A text that somebody else's program may have written, in the standard alphabet or in that of URLs.
+inline std::string decodeEither(std::string text) {
+    std::replace(text.begin(), text.end(), '+', '-');
+    std::replace(text.begin(), text.end(), '/', '_');
+    return decode(text.data(), text.size());
+}
+
 }  // namespace vloxlib::urlbase64
 
 #endif
