@@ -1,7 +1,10 @@
 #include "quilcrypto/QuilCryptoLib.h"
 
 #include <gtest/gtest.h>
+#include <openssl/asn1.h>
+#include <openssl/bn.h>
 
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -92,6 +95,22 @@ std::string wrap(void* key, const std::string& plain) {
         return "";
     }
     return output.substr(0, length);
+}
+
+// The DER INTEGER of a number of 32 bytes and so many times SM2's prime.
+std::string derOfNumber(const std::string& number, int primes) {
+    const std::unique_ptr<BIGNUM, decltype(&BN_free)> sum(BN_bin2bn(asBytes(number), 32, nullptr), BN_free);
+    BIGNUM* prime = nullptr;
+    BN_hex2bn(&prime, "fffffffeffffffffffffffffffffffffffffffff00000000ffffffffffffffff");
+    const std::unique_ptr<BIGNUM, decltype(&BN_free)> owner(prime, BN_free);
+    BN_mul_word(prime, static_cast<BN_ULONG>(std::abs(primes)));
+    EXPECT_EQ(1, primes < 0 ? BN_sub(sum.get(), sum.get(), prime) : BN_add(sum.get(), sum.get(), prime));
+    const std::unique_ptr<ASN1_INTEGER, decltype(&ASN1_INTEGER_free)> integer(
+        BN_to_ASN1_INTEGER(sum.get(), nullptr), ASN1_INTEGER_free);
+    unsigned char der[64];
+    unsigned char* end = der;
+    return std::string(reinterpret_cast<const char*>(der),
+                       static_cast<std::size_t>(i2d_ASN1_INTEGER(integer.get(), &end)));
 }
 
 }  // namespace
@@ -210,6 +229,24 @@ TEST(QuilSm2, OpensKnownAnswersAndRefusesTheirForgeries) {
     EXPECT_FALSE(sm2::PrivateKey::fromScalar(std::string(32, '\0')));
     EXPECT_FALSE(sm2::PrivateKey::fromScalar(std::string(32, '\xff')));
     EXPECT_FALSE(sm2::PrivateKey::fromScalar(std::string(31, '\1')));
+}
+
+// Each number may be written in many ways by adding the field's prime to it, or by other forms of its DER.
+TEST(QuilSm2, OneCipherTextHasOneSpelling) {
+    const rapidjson::Document all = vectors("sm2-sm4-vectors.json");
+    const auto& vector = all["sm2"]["encrypt"][0];
+    const auto key = sm2::PrivateKey::fromScalar(bytesOf(vector, "d"));
+    const std::string c1 = bytesOf(vector, "C1");
+    const std::string hashAndText = "\x04\x20" + bytesOf(vector, "C3") + "\x04\x13" + bytesOf(vector, "C2");
+    for (const int primes : {0, -1, 1, 1 << 20}) {
+        for (const bool ofX : {true, false}) {
+            SCOPED_TRACE(primes);
+            const std::string contents = derOfNumber(c1.substr(0, 32), ofX ? primes : 0) +
+                                         derOfNumber(c1.substr(32), ofX ? 0 : primes) + hashAndText;
+            const std::string der = "\x30" + std::string(1, static_cast<char>(contents.size())) + contents;
+            EXPECT_EQ(primes == 0, key->decrypt(der).has_value()) << toHex(der);
+        }
+    }
 }
 
 TEST(QuilSm2, PublicKeysThatAreNoPointAreRefused) {

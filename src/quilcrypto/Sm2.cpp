@@ -1,6 +1,5 @@
 #include "quilcrypto/Sm2.h"
 
-#include <openssl/asn1.h>
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
 #include <openssl/ec.h>
@@ -8,9 +7,8 @@
 #include <openssl/obj_mac.h>
 #include <openssl/param_build.h>
 
-#include <algorithm>
-
 #include "quilcrypto/ErrorMark.h"
+#include "quilcrypto/Sm2Der.h"
 
 namespace vloxlib::sm2 {
 
@@ -29,8 +27,6 @@ struct Deleter {
     void operator()(EC_POINT* point) const { EC_POINT_free(point); }
     void operator()(OSSL_PARAM_BLD* builder) const { OSSL_PARAM_BLD_free(builder); }
     void operator()(OSSL_PARAM* parameters) const { OSSL_PARAM_free(parameters); }
-    void operator()(ASN1_SEQUENCE_ANY* sequence) const { sk_ASN1_TYPE_pop_free(sequence, ASN1_TYPE_free); }
-    void operator()(unsigned char* memory) const { OPENSSL_free(memory); }
 };
 template <typename T>
 using Owned = std::unique_ptr<T, Deleter>;
@@ -65,14 +61,15 @@ Bytes pointOf(const BIGNUM* scalar) {
     return bytes;
 }
 
-// OpenSSL ignores bytes after the end and needless leading zeros; one cipher text is to have one form only.
-bool isShortestForm(ByteView der) {
-    const unsigned char* end = der.data;
-    const Owned<ASN1_SEQUENCE_ANY> parts(d2i_ASN1_SEQUENCE_ANY(nullptr, &end, static_cast<long>(der.size)));
-    unsigned char* encoded = nullptr;
-    const int length = parts ? i2d_ASN1_SEQUENCE_ANY(parts.get(), &encoded) : -1;
-    const Owned<unsigned char> guard(encoded);
-    return length >= 0 && std::equal(der.begin(), der.end(), encoded, encoded + length);
+// p, big-endian. OpenSSL takes any number that stands for a coordinate modulo p, and other forms of the DER
+// beside the right one; one cipher text is to have one form only.
+constexpr sm9::der::Number kPrime = {0xff, 0xff, 0xff, 0xfe, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff,
+                                     0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0x00, 0x00,
+                                     0x00, 0x00, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff};
+
+bool isInItsOneForm(ByteView der) {
+    const std::optional<CipherFields> fields = readCipher(der);
+    return fields && fields->x < kPrime && fields->y < kPrime;
 }
 
 }  // namespace
@@ -171,7 +168,7 @@ std::optional<SecretBytes> PrivateKey::decrypt(ByteView der) const {
     const Owned<EVP_PKEY_CTX> context = contextOf(m_key.get());
     SecretBytes plain(der.size);  // never longer than its cipher text
     std::size_t length = plain.size();
-    if (!context || !isShortestForm(der) || EVP_PKEY_decrypt_init(context.get()) != 1 ||
+    if (!context || !isInItsOneForm(der) || EVP_PKEY_decrypt_init(context.get()) != 1 ||
         EVP_PKEY_decrypt(context.get(), plain.data(), &length, der.data, der.size) != 1) {
         return std::nullopt;
     }

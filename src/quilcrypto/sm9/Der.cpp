@@ -1,81 +1,24 @@
 #include <quilcrypto/sm9/Der.h>
+#include <quilcrypto/sm9/DerValues.h>
 
 #include <algorithm>
 
 namespace vloxlib::sm9 {
 namespace {
 
-enum Tag : std::uint8_t {
-    TAG_INTEGER = 0x02,
-    TAG_BIT_STRING = 0x03,
-    TAG_OCTET_STRING = 0x04,
-    TAG_SEQUENCE = 0x30
-};
+using namespace der;
 
 constexpr std::uint8_t kUncompressed = 0x04;
 constexpr std::uint8_t kPointPrefix[] = {0x00, kUncompressed};  // no unused bits in the BIT STRING
 constexpr std::uint8_t kXorEnType = 0;
 
-// Takes values off the front of a stretch of bytes.
-class Reader {
-public:
-    explicit Reader(ByteView bytes) : m_rest(bytes) {}
-
-    bool atEnd() const { return m_rest.empty(); }
-
-    // The contents of the value in front; nothing when it has another tag or isn't whole.
-    std::optional<ByteView> take(Tag tag) {
-        if (m_rest.size < 2 || m_rest.data[0] != tag) return std::nullopt;
-        std::size_t header = 2;
-        std::size_t length = m_rest.data[1];
-        if (length >= 0x80) {
-            const std::size_t count = length - 0x80;
-            if (count == 0 || count > sizeof(std::size_t) || m_rest.size - header < count)
-                return std::nullopt;
-            if (m_rest.data[header] == 0) return std::nullopt;
-            length = 0;
-            for (std::size_t i = 0; i < count; ++i) length = (length << 8) | m_rest.data[header + i];
-            if (length < 0x80) return std::nullopt;
-            header += count;
-        }
-        if (m_rest.size - header < length) return std::nullopt;
-        const ByteView contents(m_rest.data + header, length);
-        m_rest = ByteView(m_rest.data + header + length, m_rest.size - header - length);
-        return contents;
-    }
-
-    // A BIT STRING that holds an uncompressed point: its x || y.
-    std::optional<ByteView> takePoint() {
-        const std::optional<ByteView> bits = take(TAG_BIT_STRING);
-        if (!bits || bits->size != sizeof kPointPrefix + kG1Size) return std::nullopt;
-        if (!std::equal(std::begin(kPointPrefix), std::end(kPointPrefix), bits->data)) return std::nullopt;
-        return ByteView(bits->data + sizeof kPointPrefix, kG1Size);
-    }
-
-private:
-    ByteView m_rest;
-};
-
-std::size_t headerSize(std::size_t length) {
-    std::size_t size = 2;
-    if (length >= 0x80) {
-        for (; length != 0; length >>= 8) ++size;
-    }
-    return size;
+// A BIT STRING that holds an uncompressed point: its x || y.
+std::optional<ByteView> takePoint(Reader& reader) {
+    const std::optional<ByteView> bits = reader.take(TAG_BIT_STRING);
+    if (!bits || bits->size != sizeof kPointPrefix + kG1Size) return std::nullopt;
+    if (!std::equal(std::begin(kPointPrefix), std::end(kPointPrefix), bits->data)) return std::nullopt;
+    return ByteView(bits->data + sizeof kPointPrefix, kG1Size);
 }
-
-std::size_t valueSize(std::size_t length) { return headerSize(length) + length; }
-
-void appendHeader(Bytes& out, Tag tag, std::size_t length) {
-    out.push_back(tag);
-    const std::size_t count = headerSize(length) - 2;
-    if (count != 0) out.push_back(static_cast<std::uint8_t>(0x80 + count));
-    for (std::size_t i = std::max<std::size_t>(count, 1); i-- > 0;) {
-        out.push_back(static_cast<std::uint8_t>(length >> (8 * i)));
-    }
-}
-
-void append(Bytes& out, ByteView bytes) { out.insert(out.end(), bytes.begin(), bytes.end()); }
 
 void appendPoint(Bytes& out, ByteView xy) {
     appendHeader(out, TAG_BIT_STRING, sizeof kPointPrefix + xy.size);
@@ -96,13 +39,10 @@ Bytes writeCipher(const CipherFields& fields) {
     Bytes der;
     der.reserve(cipherDerSize(fields.c2.size));
     appendHeader(der, TAG_SEQUENCE, cipherContentsSize(fields.c2.size));
-    appendHeader(der, TAG_INTEGER, 1);
-    der.push_back(kXorEnType);
+    appendValue(der, TAG_INTEGER, {&kXorEnType, 1});
     appendPoint(der, fields.c1);
-    appendHeader(der, TAG_OCTET_STRING, fields.c3.size);
-    append(der, fields.c3);
-    appendHeader(der, TAG_OCTET_STRING, fields.c2.size);
-    append(der, fields.c2);
+    appendValue(der, TAG_OCTET_STRING, fields.c3);
+    appendValue(der, TAG_OCTET_STRING, fields.c2);
     return der;
 }
 
@@ -113,7 +53,7 @@ std::optional<CipherFields> readCipher(ByteView der) {
     Reader reader(*sequence);
     const std::optional<ByteView> enType = reader.take(TAG_INTEGER);
     if (!enType || enType->size != 1 || enType->data[0] != kXorEnType) return std::nullopt;
-    const std::optional<ByteView> c1 = reader.takePoint();
+    const std::optional<ByteView> c1 = takePoint(reader);
     const std::optional<ByteView> c3 = c1 ? reader.take(TAG_OCTET_STRING) : std::nullopt;
     const std::optional<ByteView> c2 = c3 ? reader.take(TAG_OCTET_STRING) : std::nullopt;
     if (!c2 || !reader.atEnd() || c3->size != kCheckSize) return std::nullopt;
@@ -134,7 +74,7 @@ std::optional<ByteView> readMasterPublicKey(ByteView der) {
         if (!outer.atEnd()) return std::nullopt;
         inner = Reader(*sequence);
     }
-    const std::optional<ByteView> point = inner.takePoint();
+    const std::optional<ByteView> point = takePoint(inner);
     if (!point || !inner.atEnd()) return std::nullopt;
     return point;
 }
