@@ -5,6 +5,7 @@
 #include <quilcrypto/sm9/Hash.h>
 #include <quilcrypto/sm9/Pairing.h>
 #include <quilcrypto/sm9/Sm9.h>
+#include <quilcrypto/sm9/WipedStack.h>
 
 #include <algorithm>
 #include <atomic>
@@ -183,33 +184,41 @@ std::optional<Bytes> seal(ByteView c1, const SecretBytes& key, ByteView plain) {
 }  // namespace
 
 std::optional<Bytes> EncryptionKey::encrypt(ByteView plain) const {
-    const auto derived = m_state->deriveAtRandom(plain.size + kCheckSize, plain.size);
-    if (!derived) return std::nullopt;
-    return seal({derived->c.data(), kG1Size}, derived->key, plain);
+    return onWipedStack([&]() -> std::optional<Bytes> {
+        const auto derived = m_state->deriveAtRandom(plain.size + kCheckSize, plain.size);
+        if (!derived) return std::nullopt;
+        return seal({derived->c.data(), kG1Size}, derived->key, plain);
+    });
 }
 
 std::optional<Bytes> EncryptionKey::encryptWith(ByteView r, ByteView plain) const {
-    const std::optional<Word256> scalar = readScalar(r);
-    if (!scalar) return std::nullopt;
-    const auto derived = m_state->derive(*scalar, plain.size + kCheckSize, plain.size);
-    if (!derived) return std::nullopt;
-    return seal({derived->c.data(), kG1Size}, derived->key, plain);
+    return onWipedStack([&]() -> std::optional<Bytes> {
+        const std::optional<Word256> scalar = readScalar(r);
+        if (!scalar) return std::nullopt;
+        const auto derived = m_state->derive(*scalar, plain.size + kCheckSize, plain.size);
+        if (!derived) return std::nullopt;
+        return seal({derived->c.data(), kG1Size}, derived->key, plain);
+    });
 }
 
 std::optional<EncryptionKey::Encapsulation> EncryptionKey::encapsulate(std::size_t keySize) const {
-    if (keySize == 0) return std::nullopt;
-    auto derived = m_state->deriveAtRandom(keySize, keySize);
-    if (!derived) return std::nullopt;
-    return Encapsulation{std::move(derived->key), Bytes(derived->c.begin(), derived->c.end())};
+    return onWipedStack([&]() -> std::optional<Encapsulation> {
+        if (keySize == 0) return std::nullopt;
+        auto derived = m_state->deriveAtRandom(keySize, keySize);
+        if (!derived) return std::nullopt;
+        return Encapsulation{std::move(derived->key), Bytes(derived->c.begin(), derived->c.end())};
+    });
 }
 
 std::optional<EncryptionKey::Encapsulation> EncryptionKey::encapsulateWith(ByteView r,
                                                                            std::size_t keySize) const {
-    const std::optional<Word256> scalar = readScalar(r);
-    if (!scalar || keySize == 0) return std::nullopt;
-    auto derived = m_state->derive(*scalar, keySize, keySize);
-    if (!derived) return std::nullopt;
-    return Encapsulation{std::move(derived->key), Bytes(derived->c.begin(), derived->c.end())};
+    return onWipedStack([&]() -> std::optional<Encapsulation> {
+        const std::optional<Word256> scalar = readScalar(r);
+        if (!scalar || keySize == 0) return std::nullopt;
+        auto derived = m_state->derive(*scalar, keySize, keySize);
+        if (!derived) return std::nullopt;
+        return Encapsulation{std::move(derived->key), Bytes(derived->c.begin(), derived->c.end())};
+    });
 }
 
 struct UserKey::State {
@@ -234,52 +243,64 @@ UserKey::UserKey(UserKey&&) noexcept = default;
 UserKey& UserKey::operator=(UserKey&&) noexcept = default;
 
 std::optional<UserKey> UserKey::fromBytes(ByteView point, ByteView identity) {
-    if (point.size != kG2Size) return std::nullopt;
-    const std::optional<G2Affine> de = readG2(point.data);
-    if (!de) return std::nullopt;
-    return UserKey(std::make_unique<State>(*de, identity));
+    return onWipedStack([&]() -> std::optional<UserKey> {
+        if (point.size != kG2Size) return std::nullopt;
+        const std::optional<G2Affine> de = readG2(point.data);
+        if (!de) return std::nullopt;
+        return UserKey(std::make_unique<State>(*de, identity));
+    });
 }
 
 SecretBytes UserKey::toBytes() const {
-    SecretBytes bytes(kG2Size);
-    write(*m_state->de, bytes.data());
-    return bytes;
+    return onWipedStack([&] {
+        SecretBytes bytes(kG2Size);
+        write(*m_state->de, bytes.data());
+        return bytes;
+    });
 }
 
 std::optional<SecretBytes> UserKey::decrypt(ByteView der) const {
-    const std::optional<CipherFields> fields = readCipher(der);
-    if (!fields) return std::nullopt;
-    const std::size_t textSize = fields->c2.size;
-    const std::optional<SecretBytes> key = m_state->derive(fields->c1, textSize + kCheckSize);
-    if (!key) return std::nullopt;
-    const std::optional<Digest> check = checkValue(checkKey(*key, textSize), fields->c2);
-    if (!check || CRYPTO_memcmp(check->data(), fields->c3.data, check->size()) != 0) return std::nullopt;
-    if (!isUsable({key->data(), textSize})) return std::nullopt;
-    SecretBytes plain(textSize);
-    applyKey(*key, fields->c2, plain.data());
-    return plain;
+    return onWipedStack([&]() -> std::optional<SecretBytes> {
+        const std::optional<CipherFields> fields = readCipher(der);
+        if (!fields) return std::nullopt;
+        const std::size_t textSize = fields->c2.size;
+        const std::optional<SecretBytes> key = m_state->derive(fields->c1, textSize + kCheckSize);
+        if (!key) return std::nullopt;
+        const std::optional<Digest> check = checkValue(checkKey(*key, textSize), fields->c2);
+        if (!check || CRYPTO_memcmp(check->data(), fields->c3.data, check->size()) != 0) return std::nullopt;
+        if (!isUsable({key->data(), textSize})) return std::nullopt;
+        SecretBytes plain(textSize);
+        applyKey(*key, fields->c2, plain.data());
+        return plain;
+    });
 }
 
 std::optional<SecretBytes> UserKey::decapsulate(ByteView cipher, std::size_t keySize) const {
-    if (cipher.size != kG1Size || keySize == 0) return std::nullopt;
-    std::optional<SecretBytes> key = m_state->derive(cipher, keySize);
-    if (!key || !isUsable(*key)) return std::nullopt;
-    return key;
+    return onWipedStack([&]() -> std::optional<SecretBytes> {
+        if (cipher.size != kG1Size || keySize == 0) return std::nullopt;
+        std::optional<SecretBytes> key = m_state->derive(cipher, keySize);
+        if (!key || !isUsable(*key)) return std::nullopt;
+        return key;
+    });
 }
 
 std::optional<MasterKey> MasterKey::generate() {
-    Secret<Word256> ke;
-    if (!drawScalar(*ke)) return std::nullopt;
-    MasterKey key;
-    toBigEndian(*ke, key.m_scalar.data());
-    return key;
+    return onWipedStack([&]() -> std::optional<MasterKey> {
+        Secret<Word256> ke;
+        if (!drawScalar(*ke)) return std::nullopt;
+        MasterKey key;
+        toBigEndian(*ke, key.m_scalar.data());
+        return key;
+    });
 }
 
 std::optional<MasterKey> MasterKey::fromBytes(ByteView scalar) {
-    if (!readScalar(scalar)) return std::nullopt;
-    MasterKey key;
-    std::copy(scalar.begin(), scalar.end(), key.m_scalar.begin());
-    return key;
+    return onWipedStack([&]() -> std::optional<MasterKey> {
+        if (!readScalar(scalar)) return std::nullopt;
+        MasterKey key;
+        std::copy(scalar.begin(), scalar.end(), key.m_scalar.begin());
+        return key;
+    });
 }
 
 MasterKey::~MasterKey() { OPENSSL_cleanse(m_scalar.data(), m_scalar.size()); }
@@ -288,22 +309,26 @@ SecretBytes MasterKey::toBytes() const { return SecretBytes(m_scalar.begin(), m_
 
 // Ppub-e = [ke]P1
 SystemParameters MasterKey::parameters() const {
-    const Secret<Word256> ke(fromBigEndian(m_scalar.data()));
-    SystemParameters parameters;
-    write(tableOfP1().multiply(*ke).toAffine(), parameters.m_point.data());
-    return parameters;
+    return onWipedStack([&] {
+        const Secret<Word256> ke(fromBigEndian(m_scalar.data()));
+        SystemParameters parameters;
+        write(tableOfP1().multiply(*ke).toAffine(), parameters.m_point.data());
+        return parameters;
+    });
 }
 
 // t1 = H1(identity || hid, n) + ke, t2 = ke t1^-1, de = [t2]P2
 std::optional<UserKey> MasterKey::extract(ByteView identity) const {
-    const std::optional<Fn> h = hashToScalar(identity);
-    if (!h) return std::nullopt;
-    const Secret<Fn> ke(Fn::fromInteger(fromBigEndian(m_scalar.data())));
-    const Secret<Fn> t1(*h + *ke);
-    if (t1->isZero()) return std::nullopt;
-    const Secret<Word256> t2((*ke * t1->inverse()).toInteger());
-    const Secret<G2Affine> de(multiply(*t2, G2Point::from(generatorP2())).toAffine());
-    return UserKey(std::make_unique<UserKey::State>(*de, identity));
+    return onWipedStack([&]() -> std::optional<UserKey> {
+        const std::optional<Fn> h = hashToScalar(identity);
+        if (!h) return std::nullopt;
+        const Secret<Fn> ke(Fn::fromInteger(fromBigEndian(m_scalar.data())));
+        const Secret<Fn> t1(*h + *ke);
+        if (t1->isZero()) return std::nullopt;
+        const Secret<Word256> t2((*ke * t1->inverse()).toInteger());
+        const Secret<G2Affine> de(multiply(*t2, G2Point::from(generatorP2())).toAffine());
+        return UserKey(std::make_unique<UserKey::State>(*de, identity));
+    });
 }
 
 }  // namespace vloxlib::sm9
