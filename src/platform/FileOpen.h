@@ -25,6 +25,12 @@ bool makePrivateFolder(const std::string& path);
 /// @brief Moves to a byte counted from the start, also beyond 2 GiB. @return false on failure.
 bool seekFile(std::FILE* file, long long offset);
 
+/// @return how many bytes a file has, -1 when it can't be told. The file is at its start then.
+long long fileLength(std::FILE* file);
+
+/// @brief Brings what was written to the disk itself. @return false when the disk refuses.
+bool syncFile(std::FILE* file);
+
 }  // namespace vloxlib::platform
 
 #endif

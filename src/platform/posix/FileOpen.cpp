@@ -63,4 +63,14 @@ bool makePrivateFolder(const std::string& path) { return mkdir(path.c_str(), kPr
 
 bool seekFile(std::FILE* file, long long offset) { return fseeko(file, offset, SEEK_SET) == 0; }
 
+long long fileLength(std::FILE* file) {
+    const off_t length = fseeko(file, 0, SEEK_END) == 0 ? ftello(file) : -1;
+    return fseeko(file, 0, SEEK_SET) == 0 ? length : -1;
+}
+
+// What can't be synced, such as a device, is no refusal.
+bool syncFile(std::FILE* file) {
+    return std::fflush(file) == 0 && (fsync(fileno(file)) == 0 || errno == EINVAL);
+}
+
 }  // namespace vloxlib::platform

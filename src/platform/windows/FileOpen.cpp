@@ -1,5 +1,6 @@
 #include "platform/FileOpen.h"
 
+#include <io.h>
 #include <windows.h>
 
 #include "platform/windows/WideText.h"
@@ -19,5 +20,12 @@ bool makePrivateFolder(const std::string& path) {
 }
 
 bool seekFile(std::FILE* file, long long offset) { return _fseeki64(file, offset, SEEK_SET) == 0; }
+
+long long fileLength(std::FILE* file) {
+    const long long length = _fseeki64(file, 0, SEEK_END) == 0 ? _ftelli64(file) : -1;
+    return _fseeki64(file, 0, SEEK_SET) == 0 ? length : -1;
+}
+
+bool syncFile(std::FILE* file) { return std::fflush(file) == 0 && _commit(_fileno(file)) == 0; }
 
 }  // namespace vloxlib::platform

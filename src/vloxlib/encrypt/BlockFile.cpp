@@ -2,29 +2,29 @@
 
 #include <cstdio>
 #include <cstring>
-#include <memory>
+#include <utility>
 #include <vector>
 
+#include "vloxlib/utility/FileHandle.h"
 #include "vloxlib/utility/FileUtil.h"
 
 namespace vloxlib::blockfile {
 
 namespace {
 
-struct FileCloser {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
 struct Files {
-    File source;
-    File destination;
+    FileHandle source;
+    FileHandle destination;
 };
 
 Result open(Files& files, const std::string& source, const std::string& destination, const char* mode) {
     files.source.reset(FileUtil::fopen(source, "rb"));
     if (!files.source) {
         return kSourceNotOpened;
+    }
+    // A file onto itself would be emptied before it is read, or grow as long as it is read.
+    if (isSameFile(source, destination)) {
+        return kDestinationNotOpened;
     }
     files.destination.reset(FileUtil::fopen(destination, mode));
     return files.destination ? kDone : kDestinationNotOpened;
@@ -34,8 +34,7 @@ Result write(Files& files, const unsigned char* data, std::size_t length) {
     return std::fwrite(data, 1, length, files.destination.get()) == length ? kDone : kNotTransferred;
 }
 
-// What is still buffered may not fit on the disk either.
-Result close(Files& files) { return std::fclose(files.destination.release()) == 0 ? kDone : kNotTransferred; }
+Result close(Files& files) { return closeWritten(std::move(files.destination)) ? kDone : kNotTransferred; }
 
 Result encryptAll(Files& files, std::size_t run, const BlockTransform& transform) {
     std::vector<unsigned char> buffer(run);

@@ -24,6 +24,8 @@ enum Result : int {
 // Transforms a run of whole blocks in place. Returning false ends the routine.
 using BlockTransform = std::function<bool(unsigned char* blocks, std::size_t length)>;
 
+// For both: a destination that is the source itself, by whatever path, is none that can be opened.
+
 // Writes the encrypted source into the destination, which is replaced. Blocks are handed over and written in
 // runs of at most `run` bytes, a multiple of 16.
 Result encrypt(const std::string& source, const std::string& destination, std::size_t run,

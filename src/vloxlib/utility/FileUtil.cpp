@@ -2,227 +2,191 @@
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>
-#include <Poco/FileStream.h>
 #include <Poco/Path.h>
+
+#include <filesystem>
+#include <stdexcept>
+#include <utility>
 
 #include "platform/FileOpen.h"
 #include "vloxlib/log/vloxLog.h"
+#include "vloxlib/utility/FileCopy.h"
+#include "vloxlib/utility/FileHandle.h"
 
 namespace vloxlib {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr int kDone = 0;
 constexpr int kFailed = -1;
 
-// Reads until the length that the file told, and fails when it ends before.
+// What an operation won't do, with the text for the log.
+class Refusal : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Runs one operation under its name: whatever goes wrong in it becomes a line in the log and its result.
+template <class Result, class Operation>
+Result guarded(const char* name, Result failure, Operation operation) {
+    std::string reason;
+    try {
+        return operation();
+    } catch (const Refusal& refusal) {
+        reason = refusal.what();
+    } catch (const Poco::Exception& error) {
+        reason = "failed. code = " + std::to_string(error.code());
+    } catch (const fs::filesystem_error& error) {
+        reason = "failed. code = " + std::to_string(error.code().value());
+    } catch (const std::exception& error) {  // no memory for a file of such a size
+        reason = std::string("failed. ") + error.what();
+    }
+    const std::string function = std::string("vloxlib::FileUtil::") + name;
+    vloxprint_v2(3, __FILE__, function.c_str(), __LINE__, "%s", reason.c_str());
+    return failure;
+}
+
+void requirePath(const std::string& path) {
+    if (path.empty()) {
+        throw Refusal("path is empty");
+    }
+}
+
+Poco::File existing(const char* argument, const std::string& path) {
+    const Poco::File file(path);
+    if (!file.exists()) {
+        throw Refusal(std::string(argument) + '=' + path + ", file isn't exists");
+    }
+    return file;
+}
+
+// Reads as much as the file has when it is opened, and fails when it ends before.
 std::string readAll(const std::string& path) {
     if (Poco::File(path).isDirectory()) {
         throw Poco::ReadFileException(path);
     }
-    Poco::FileInputStream file(path);
-    file.seekg(0, std::ios::end);
-    const std::streamoff length = file.tellg();
-    file.seekg(0, std::ios::beg);
-    if (!file || length < 0) {
-        throw Poco::ReadFileException(path);
+    const FileHandle file = openFile(path, "rb");
+    const long long length = platform::fileLength(file.get());
+    if (length < 0) {
+        Poco::File::handleLastError(path);
     }
     std::string bytes(static_cast<std::size_t>(length), '\0');
-    file.read(&bytes[0], length);
-    if (file.gcount() != length) {
+    if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) {
         throw Poco::ReadFileException(path);
     }
     return bytes;
 }
 
-// Entries of a directory; what is missing or none is logged.
-int listDirectory(const std::string& directory, std::vector<Poco::File>& entries) {
-    if (directory.empty()) {
-        VLOX_LOG(3, "path is empty");
-        return kFailed;
+void writeAll(const std::string& path, const std::string& content) {
+    FileHandle file = openFile(path, "wb");
+    std::fwrite(content.data(), 1, content.size(), file.get());
+    if (!closeWritten(std::move(file))) {
+        throw Poco::WriteFileException(path);
     }
-    try {
-        const Poco::File file(directory);
-        if (!file.exists()) {
-            VLOX_LOG(3, "path=%s, file isn't exists", directory.c_str());
-            return kFailed;
-        }
-        if (!file.isDirectory()) {
-            VLOX_LOG(3, "path=%s, isn't a directory", directory.c_str());
-            return kFailed;
-        }
-        file.list(entries);
-        return kDone;
-    } catch (const Poco::Exception& error) {
-        VLOX_LOG(3, "failed. code = %d", error.code());
-        return kFailed;
+}
+
+std::vector<std::string> entries(const std::string& directory) {
+    requirePath(directory);
+    const Poco::File file = existing("path", directory);
+    if (!file.isDirectory()) {
+        throw Refusal("path=" + directory + ", isn't a directory");
     }
+    std::vector<Poco::File> listed;
+    file.list(listed);
+    std::vector<std::string> paths;
+    for (const Poco::File& entry : listed) {
+        paths.push_back(entry.path());
+    }
+    return paths;
 }
 
 }  // namespace
 
 int FileUtil::isExist(const std::string& path) {
-    if (path.empty()) {
-        VLOX_LOG(3, "path is empty");
-        return kFailed;
-    }
-    try {
+    return guarded(__func__, kFailed, [&] {
+        requirePath(path);
         return Poco::File(path).exists() ? kDone : kFailed;
-    } catch (const Poco::Exception& error) {
-        VLOX_LOG(3, "failed. code = %d", error.code());
-        return kFailed;
-    }
+    });
 }
 
 int FileUtil::createDir(const std::string& path) {
-    if (path.empty()) {
-        VLOX_LOG(3, "path is empty");
-        return kFailed;
-    }
-    try {
-        if (!platform::makePrivateFolder(path)) {
-            Poco::File(path).createDirectory();  // knows one that is there from a failure
-        }
+    return guarded(__func__, kFailed, [&] {
+        requirePath(path);
+        makeFolder(path);
         return kDone;
-    } catch (const Poco::Exception& error) {
-        VLOX_LOG(3, "failed. code = %d", error.code());
-        return kFailed;
-    }
+    });
 }
 
 int FileUtil::remove(const std::string& path) {
-    if (path.empty()) {
-        VLOX_LOG(3, "path is empty");
-        return kFailed;
-    }
-    try {
-        Poco::File file(path);
-        if (file.exists()) {
-            file.remove(true);
-        }
+    return guarded(__func__, kFailed, [&] {
+        requirePath(path);
+        fs::remove_all(fs::u8path(path));
         return kDone;
-    } catch (const Poco::Exception& error) {
-        VLOX_LOG(3, "failed. code = %d", error.code());
-        return kFailed;
-    }
+    });
 }
 
 int FileUtil::rename(const std::string& source, const std::string& destination) {
-    if (source.empty() || destination.empty()) {
-        VLOX_LOG(3, "path is empty");
-        return kFailed;
-    }
-    try {
-        Poco::File file(source);
-        if (!file.exists()) {
-            VLOX_LOG(3, "sourPath=%s, file isn't exists", source.c_str());
-            return kFailed;
-        }
-        file.renameTo(destination);
+    return guarded(__func__, kFailed, [&] {
+        requirePath(source);
+        requirePath(destination);
+        existing("sourPath", source).renameTo(destination);
         return kDone;
-    } catch (const Poco::Exception& error) {
-        VLOX_LOG(3, "failed. code = %d", error.code());
-        return kFailed;
-    }
+    });
 }
 
 bool FileUtil::copyFile(const std::string& source, const std::string& destination) {
-    if (source.empty() || destination.empty()) {
-        VLOX_LOG(3, "sourPath=%s, destPath=%s", source.c_str(), destination.c_str());
-        return false;
-    }
-    try {
-        const Poco::File file(source);
-        if (!file.exists()) {
-            VLOX_LOG(3, "sourPath=%s, file isn't exists", source.c_str());
-            return false;
+    return guarded(__func__, false, [&] {
+        if (source.empty() || destination.empty()) {
+            throw Refusal("sourPath=" + source + ", destPath=" + destination);
         }
-        file.copyTo(destination);
+        copyTo(existing("sourPath", source), destination);
         return true;
-    } catch (const Poco::Exception& error) {
-        VLOX_LOG(3, "failed. code = %d", error.code());
-        return false;
-    }
+    });
 }
 
 __int64 FileUtil::getLocalFileLenth(const std::string& path) {
-    if (path.empty()) {
-        VLOX_LOG(3, "path is empty");
-        return kFailed;
-    }
-    try {
-        const Poco::File file(path);
-        if (!file.exists()) {
-            VLOX_LOG(3, "path=%s, file isn't exists", path.c_str());
-            return kFailed;
-        }
-        return static_cast<__int64>(file.getSize());
-    } catch (const Poco::Exception& error) {
-        VLOX_LOG(3, "failed. code = %d", error.code());
-        return kFailed;
-    }
+    return guarded(__func__, static_cast<__int64>(kFailed), [&] {
+        requirePath(path);
+        return static_cast<__int64>(existing("path", path).getSize());
+    });
 }
 
 int FileUtil::readFileContent(const std::string& path, std::string& content) {
-    if (path.empty()) {
-        VLOX_LOG(3, "path is empty");
-        return kFailed;
-    }
-    try {
+    return guarded(__func__, kFailed, [&] {
+        requirePath(path);
         content = readAll(path);
         return kDone;
-    } catch (const Poco::Exception& error) {
-        VLOX_LOG(3, "failed. code = %d", error.code());
-        return kFailed;
-    }
+    });
 }
 
 int FileUtil::writeFileContent(const std::string& path, const std::string& content) {
-    if (path.empty()) {
-        VLOX_LOG(3, "path is empty");
-        return kFailed;
-    }
-    try {
-        std::FILE* const file = platform::openFile(path, "wb");
-        if (file == nullptr) {
-            Poco::File::handleLastError(path);
-        }
-        const bool written = std::fwrite(content.data(), 1, content.size(), file) == content.size();
-        if (std::fclose(file) != 0 || !written) {
-            throw Poco::WriteFileException(path);
-        }
+    return guarded(__func__, kFailed, [&] {
+        requirePath(path);
+        writeAll(path, content);
         return kDone;
-    } catch (const Poco::Exception& error) {
-        VLOX_LOG(3, "failed. code = %d", error.code());
-        return kFailed;
-    }
+    });
 }
 
 std::string FileUtil::extractFileName(const std::string& path) {
-    try {
-        return Poco::Path(path).getFileName();
-    } catch (const Poco::Exception& error) {
-        VLOX_LOG(3, "failed. code = %d", error.code());
-        return std::string();
-    }
+    return guarded(__func__, std::string(), [&] { return Poco::Path(path).getFileName(); });
 }
 
 int FileUtil::getFileNameInDirectory(const std::string& directory, std::vector<std::string>& names) {
-    std::vector<Poco::File> entries;
-    const int result = listDirectory(directory, entries);
-    for (const Poco::File& entry : entries) {
-        names.push_back(extractFileName(entry.path()));
-    }
-    return result;
+    return guarded(__func__, kFailed, [&] {
+        for (const std::string& path : entries(directory)) {
+            names.push_back(extractFileName(path));
+        }
+        return kDone;
+    });
 }
 
 int FileUtil::getFilePathInDirectory(const std::string& directory, std::vector<std::string>& paths) {
-    std::vector<Poco::File> entries;
-    const int result = listDirectory(directory, entries);
-    for (const Poco::File& entry : entries) {
-        paths.push_back(entry.path());
-    }
-    return result;
+    return guarded(__func__, kFailed, [&] {
+        const std::vector<std::string> found = entries(directory);
+        paths.insert(paths.end(), found.begin(), found.end());
+        return kDone;
+    });
 }
 
 std::FILE* FileUtil::fopen(const std::string& path, const char* mode) {

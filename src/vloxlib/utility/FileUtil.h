@@ -22,14 +22,19 @@ public:
     static int isExist(const std::string& path);
     /// @brief Makes one directory, in a parent that exists; one that is there already is a success.
     static int createDir(const std::string& path);
-    /// @brief Removes a file, or a directory with all in it; nothing at the path is a success.
+    /// @brief Removes a file, or a directory with all in it; nothing at the path is a success. Of a link only
+    /// the link goes, wherever it leads.
     static int remove(const std::string& path);
     static int rename(const std::string& source, const std::string& destination);
     /// @brief Copies a file or a directory; into `destination` when that is a directory.
+    ///
+    /// What is the source itself, by whatever path or link, is left as it is and a success; a directory isn't
+    /// copied into itself. True only when the disk has taken all of it.
     static bool copyFile(const std::string& source, const std::string& destination);
     /// @return the size in bytes, -1 on failure.
     static __int64 getLocalFileLenth(const std::string& path);
-    /// @brief Reads a whole file, byte by byte as it stands. On failure `content` is left alone.
+    /// @brief Reads a whole file, byte by byte as it stands. On failure `content` is left alone: also when
+    /// the file ends before its length, or there is no memory for it.
     static int readFileContent(const std::string& path, std::string& content);
     /// @brief Replaces a file's content, or makes the file in a directory that exists.
     /// @return 0 when all has been taken by the system, the closing of the file included.
