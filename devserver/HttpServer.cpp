@@ -8,6 +8,7 @@
 #include <Poco/Net/HTTPServerRequest.h>
 #include <Poco/Net/HTTPServerRequestImpl.h>
 #include <Poco/Net/HTTPServerResponse.h>
+#include <Poco/Net/NetException.h>
 #include <Poco/Net/SecureServerSocket.h>
 #include <Poco/Net/SocketAddress.h>
 #include <Poco/Net/TCPServerConnectionFactory.h>
@@ -16,6 +17,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace devserver {
@@ -195,11 +198,24 @@ void readExtensions(SSL_CTX* context) {
     }
 }
 
+// A port that a server has just left is free at once; one that a server still has is not shared with it.
+void bindAlone(net::ServerSocket& socket, const net::SocketAddress& address) {
+    try {
+        socket.bind(address, true, false);
+    } catch (const net::NetException& error) {
+        if (error.code() != POCO_EADDRINUSE) {
+            throw;
+        }
+        throw std::runtime_error("port " + std::to_string(address.port()) + " of " +
+                                 address.host().toString() + " is taken by another process");
+    }
+}
+
 }  // namespace
 
 net::ServerSocket boundSocket(const std::string& host, unsigned short port) {
     net::ServerSocket socket;
-    socket.bind(net::SocketAddress(host, port), true);
+    bindAlone(socket, net::SocketAddress(host, port));
     return socket;
 }
 
@@ -219,7 +235,7 @@ net::ServerSocket boundTlsSocket(const std::string& host, const std::string& cer
     context->enableSessionCache(true, "vlox-devserver");
     readExtensions(context->sslContext());
     net::SecureServerSocket socket(context);
-    socket.bind(net::SocketAddress(host, 0), true);
+    bindAlone(socket, net::SocketAddress(host, 0));
     return socket;
 }
 

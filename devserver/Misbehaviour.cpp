@@ -5,100 +5,99 @@
 #include <Poco/StringTokenizer.h>
 #include <Poco/URI.h>
 
-#include <utility>
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <variant>
 
 namespace devserver {
 namespace {
 
-template <typename Number>
-Number number(const std::string& name, const std::string& value, Number lowest, Number highest) {
-    Poco::Int64 result = 0;
-    if (!Poco::NumberParser::tryParse64(value, result) || result < lowest || result > highest) {
-        throw RuleError("misbehaviour '" + name + "' needs a number from " + std::to_string(lowest) + " to " +
-                        std::to_string(highest));
-    }
-    return static_cast<Number>(result);
-}
+using std::chrono::milliseconds;
 
-std::uint64_t bytes(const std::string& name, const std::string& value) {
-    return static_cast<std::uint64_t>(number(name, value, Poco::Int64{0}, Poco::Int64{1} << 50));
-}
+// How a value is read follows from the type of its field.
+using Field =
+    std::variant<bool Misbehaviour::*, milliseconds Misbehaviour::*, std::string Misbehaviour::*,
+                 std::optional<std::string> Misbehaviour::*, std::optional<int> Misbehaviour::*,
+                 std::optional<std::uint64_t> Misbehaviour::*, std::optional<Wrapping> Misbehaviour::*>;
 
-int wrapping(const std::string& value) {
-    static const std::pair<const char*, int> algorithms[] = {{"none", 0}, {"sm2", 2}, {"sm9", 4}};
-    for (const auto& [name, algorithm] : algorithms) {
-        if (value == name) {
-            return algorithm;
-        }
-    }
-    throw RuleError("misbehaviour 'zone' needs none, sm2 or sm9");
-}
-
+// All that is known about a misbehaviour but what it does.
 struct Name {
     const char* name;
+    const char* argument;
     const char* help;
-    void (*take)(Misbehaviour& rule, const std::string& value);
+    Field field;
+    long long lowest = 0;  // of a number
+    long long highest = 1;
 };
 
+constexpr std::size_t kHelpColumn = 16;
+constexpr long long kMostBytes = 1LL << 50;
+
 const Name names[] = {
-    {"delay", "delay=MS        wait so many milliseconds before the reply",
-     [](Misbehaviour& rule, const std::string& value) {
-         rule.delay = std::chrono::milliseconds(number("delay", value, 0, 3'600'000));
-     }},
-    {"code", "code=N          the wire code N instead of success",
-     [](Misbehaviour& rule, const std::string& value) {
-         rule.code = number("code", value, -999'999, 999'999);
-     }},
-    {"data", "data=TEXT       this result text, encoded as any other",
-     [](Misbehaviour& rule, const std::string& value) { rule.data = value; }},
-    {"status", "status=N        the HTTP status N",
-     [](Misbehaviour& rule, const std::string& value) { rule.status = number("status", value, 200, 599); }},
-    {"redirect", "redirect=TEXT   a Redirect header",
-     [](Misbehaviour& rule, const std::string& value) { rule.redirect = value; }},
-    {"location", "location=URL    a Location header",
-     [](Misbehaviour& rule, const std::string& value) { rule.location = value; }},
-    {"reply", "reply=TEXT      this body instead of any other",
-     [](Misbehaviour& rule, const std::string& value) { rule.reply = value; }},
-    {"garbage", "garbage=1       a body of bytes that mean nothing",
-     [](Misbehaviour& rule, const std::string& value) {
-         rule.garbage = number("garbage", value, 0, 1) != 0;
-     }},
-    {"cut", "cut=N           end the connection after N bytes of the body",
-     [](Misbehaviour& rule, const std::string& value) { rule.cut = bytes("cut", value); }},
-    {"zone", "zone=KEY        none, sm2 or sm9: on to the --other-zone, if one is given",
-     [](Misbehaviour& rule, const std::string& value) { rule.zone = wrapping(value); }},
-    {"servers", "servers=N       N servers of each kind in an address reply",
-     [](Misbehaviour& rule, const std::string& value) { rule.servers = number("servers", value, 0, 1000); }},
-    {"unknown", "unknown=1       an address reply that begins with an unknown kind",
-     [](Misbehaviour& rule, const std::string& value) {
-         rule.unknown = number("unknown", value, 0, 1) != 0;
-     }},
-    {"broken", "broken=KIND     an address reply with no list of servers for this kind",
-     [](Misbehaviour& rule, const std::string& value) { rule.broken = value; }},
-    {"rate", "rate=N          a file moves at N bytes a second",
-     [](Misbehaviour& rule, const std::string& value) {
-         rule.rate = static_cast<std::uint64_t>(number("rate", value, 1, 2'000'000'000));
-     }},
-    {"norange", "norange=1       a download is the whole file, whatever was asked for",
-     [](Misbehaviour& rule, const std::string& value) {
-         rule.norange = number("norange", value, 0, 1) != 0;
-     }},
-    {"flip", "flip=N          the byte at N of a download is another than in the file",
-     [](Misbehaviour& rule, const std::string& value) { rule.flip = bytes("flip", value); }},
-    {"zeros", "zeros=N         a download of N zero bytes, which stand in no file",
-     [](Misbehaviour& rule, const std::string& value) { rule.zeros = bytes("zeros", value); }},
-    {"hangup", "hangup=N        end the connection after N bytes of an upload",
-     [](Misbehaviour& rule, const std::string& value) { rule.hangup = bytes("hangup", value); }},
-    {"discard", "discard=1       an upload is taken in and thrown away",
-     [](Misbehaviour& rule, const std::string& value) {
-         rule.discard = number("discard", value, 0, 1) != 0;
-     }},
+    {"delay", "MS", "wait so many milliseconds before the reply", &Misbehaviour::delay, 0, 3'600'000},
+    {"code", "N", "the wire code N instead of success", &Misbehaviour::code, -999'999, 999'999},
+    {"data", "TEXT", "this result text, encoded as any other", &Misbehaviour::data},
+    {"status", "N", "the HTTP status N", &Misbehaviour::status, 200, 599},
+    {"redirect", "TEXT", "a Redirect header", &Misbehaviour::redirect},
+    {"location", "URL", "a Location header", &Misbehaviour::location},
+    {"reply", "TEXT", "this body instead of any other", &Misbehaviour::reply},
+    {"garbage", "1", "a body of bytes that mean nothing", &Misbehaviour::garbage},
+    {"cut", "N", "end the connection after N bytes of the body", &Misbehaviour::cut, 0, kMostBytes},
+    {"zone", "KEY", "none, sm2 or sm9: on to the --other-zone, if one is given", &Misbehaviour::zone},
+    {"servers", "N", "N servers of each kind in an address reply", &Misbehaviour::servers, 0, 1000},
+    {"unknown", "1", "an address reply that begins with an unknown kind", &Misbehaviour::unknown},
+    {"broken", "KIND", "an address reply with no list of servers for this kind", &Misbehaviour::broken},
+    {"rate", "N", "a file moves at N bytes a second", &Misbehaviour::rate, 1, 2'000'000'000},
+    {"norange", "1", "a download is the whole file, whatever was asked for", &Misbehaviour::norange},
+    {"flip", "N", "the byte at N of a download is another than in the file", &Misbehaviour::flip, 0,
+     kMostBytes},
+    {"zeros", "N", "a download of N zero bytes, which stand in no file", &Misbehaviour::zeros, 0, kMostBytes},
+    {"hangup", "N", "end the connection after N bytes of an upload", &Misbehaviour::hangup, 0, kMostBytes},
+    {"discard", "1", "an upload is taken in and thrown away", &Misbehaviour::discard},
 };
+
+long long number(const Name& name, const std::string& value) {
+    Poco::Int64 result = 0;
+    if (!Poco::NumberParser::tryParse64(value, result) || result < name.lowest || result > name.highest) {
+        throw RuleError(std::string("misbehaviour '") + name.name + "' needs a number from " +
+                        std::to_string(name.lowest) + " to " + std::to_string(name.highest));
+    }
+    return result;
+}
+
+void read(const Name& name, const std::string& value, bool& field) { field = number(name, value) != 0; }
+
+void read(const Name& name, const std::string& value, milliseconds& field) {
+    field = milliseconds(number(name, value));
+}
+
+void read(const Name&, const std::string& value, std::string& field) { field = value; }
+
+void read(const Name&, const std::string& value, std::optional<std::string>& field) { field = value; }
+
+void read(const Name& name, const std::string& value, std::optional<int>& field) {
+    field = static_cast<int>(number(name, value));
+}
+
+void read(const Name& name, const std::string& value, std::optional<std::uint64_t>& field) {
+    field = static_cast<std::uint64_t>(number(name, value));
+}
+
+void read(const Name&, const std::string& value, std::optional<Wrapping>& field) {
+    static const std::map<std::string, Wrapping> wrappings = {
+        {"none", Wrapping::None}, {"sm2", Wrapping::Sm2}, {"sm9", Wrapping::Sm9}};
+    const auto found = wrappings.find(value);
+    if (found == wrappings.end()) {
+        throw RuleError("misbehaviour 'zone' needs none, sm2 or sm9");
+    }
+    field = found->second;
+}
 
 void take(Misbehaviour& rule, const std::string& name, const std::string& value) {
     for (const Name& known : names) {
         if (name == known.name) {
-            known.take(rule, value);
+            std::visit([&](auto field) { read(known, value, rule.*field); }, known.field);
             return;
         }
     }
@@ -117,9 +116,10 @@ std::string garbageBytes() {
 }  // namespace
 
 bool Misbehaviour::any() const {
-    return delay.count() > 0 || code || data || status || redirect || location || reply || garbage || cut ||
-           zone || servers || unknown || !broken.empty() || rate || norange || flip || zeros || hangup ||
-           discard;
+    const Misbehaviour good;
+    return std::any_of(std::begin(names), std::end(names), [&](const Name& known) {
+        return std::visit([&](auto field) { return this->*field != good.*field; }, known.field);
+    });
 }
 
 void Misbehaviour::spoil(HttpReply& answer) const {
@@ -182,7 +182,9 @@ Misbehaviour parseRule(const rapidjson::Value& object) {
 std::string ruleHelp() {
     std::string text;
     for (const Name& known : names) {
-        text.append(known.help).append("\n");
+        std::string call = std::string(known.name) + '=' + known.argument;
+        call.resize(kHelpColumn, ' ');
+        text.append(call).append(known.help).append("\n");
     }
     return text;
 }

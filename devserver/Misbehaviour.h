@@ -12,7 +12,12 @@
 
 namespace devserver {
 
+/// How a session key is wrapped, by its number on the wire.
+enum class Wrapping { None = 0, Sm2 = 2, Sm9 = 4 };
+
 /// What a reply does otherwise than it should; nothing set is good behaviour.
+///
+/// A new one needs its field here, its line in the table of names, and the place that acts on it.
 struct Misbehaviour {
     std::chrono::milliseconds delay{0};
     std::optional<int> code;          ///< wire code of the reply
@@ -23,7 +28,7 @@ struct Misbehaviour {
     std::optional<std::string> reply;  ///< the whole body as it goes out
     bool garbage = false;
     std::optional<std::uint64_t> cut;     ///< bytes of the body that go out before the connection ends
-    std::optional<int> zone;              ///< send on to the other zone, under this asymmetric algorithm
+    std::optional<Wrapping> zone;         ///< send on to the other zone, under this asymmetric algorithm
     std::optional<int> servers;           ///< how many servers an address reply has of each kind
     bool unknown = false;                 ///< an address reply begins with a kind that no client knows
     std::string broken;                   ///< the kind that has no list of servers in an address reply

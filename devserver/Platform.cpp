@@ -171,8 +171,8 @@ HttpReply Platform::serve(const HttpRequest& request, const Misbehaviour& ruleOf
         if (!m_otherZone) {
             rule.zone.reset();
         }
-        reply =
-            rule.zone ? sendElsewhere(*rule.zone, request.overTls) : replyTo(service, rule, content, answer);
+        reply = rule.zone ? sendElsewhere(static_cast<int>(*rule.zone), request.overTls)
+                          : replyTo(service, rule, content, answer);
     } catch (const WireError& error) {
         reply = {error.code(), error.what(), ""};
     } catch (const RuleError& error) {
