@@ -19,17 +19,10 @@
 #include "vloxlib/Context.h"
 #include "vloxlib/encrypt/Base64.h"
 #include "vloxlib/encrypt/EncryptBridge.h"
+#include "vloxlib/http/RootBundleFile.h"
 #include "vloxlib/http/RootCertificates.h"
+#include "vloxlib/http/ServiceEnvelope.h"
 #include "vloxlib/utility/FileUtil.h"
-
-// Nothing in the library calls it yet, so it is reached the way that the language leaves open: where a
-// template is instantiated by name, private members may be named.
-int loadCaCertificateContent(vloxlib::HttpHelper& helper);
-template <int (vloxlib::HttpHelper::*operation)()>
-struct PrivateOperation {
-    friend int loadCaCertificateContent(vloxlib::HttpHelper& helper) { return (helper.*operation)(); }
-};
-template struct PrivateOperation<&vloxlib::HttpHelper::loadCaCertificateContent>;
 
 using namespace vloxlib;
 using testing::HasSubstr;
@@ -273,6 +266,14 @@ TEST_F(HttpHelperTest, TheTokenFollowsTheSignatureOnly) {
               Base64::decode(fieldsOf(RawHttpServer::bodyOf(server.lastRequest())).at("params")));
 }
 
+TEST(ServiceEnvelope, ConnectingTakesAPartOfTheTimeOnly) {
+    const int rows[][2] = {{5, 5}, {10, 10}, {15, 10}, {600, 10}, {0, 0}};
+    for (const auto& [timeout, connectTimeout] : rows) {
+        EXPECT_EQ(timeout, serviceLimits(timeout).timeout);
+        EXPECT_EQ(connectTimeout, serviceLimits(timeout).connectTimeout);
+    }
+}
+
 TEST_F(HttpHelperTest, BuildsServiceUrls) {
     EXPECT_EQ("", helper->getCommonHttpBusinessTypeFullUrl("echo"));
     config->setConfig(CONFIG_AS_HOST, "as.example");
@@ -286,11 +287,12 @@ TEST_F(HttpHelperTest, BuildsServiceUrls) {
 }
 
 TEST_F(HttpHelperTest, WritesTheRootCertificatesWhereTheyAreNotYet) {
-    const std::string path = dataDir.path() + "/certificate/cacert.pem";
+    std::string directory = dataDir.path();
+    const std::string path = directory + "/certificate/cacert.pem";
     const auto load = [&](int expected, const char* logged) {
         const LogCapture log;
         config->setConfig(CONFIG_CA_FILE_PATH, std::string());
-        EXPECT_EQ(expected, loadCaCertificateContent(*helper));
+        EXPECT_EQ(expected, writeRootBundle(directory, *config));
         EXPECT_EQ(1, log.count(logged));
         EXPECT_EQ(expected == 0 ? path : "", config->getConfig(CONFIG_CA_FILE_PATH, std::string()));
     };
@@ -310,7 +312,7 @@ TEST_F(HttpHelperTest, WritesTheRootCertificatesWhereTheyAreNotYet) {
     load(-105, "write CA content failed. result=-1");
     FileUtil::remove(dataDir.path() + "/certificate");
     load(0, "caDir is not exist");
-    Context::getInstance()->setContext(CONTEXT_DATA_DIR, dataDir.path() + "/nowhere");
+    directory += "/nowhere";
     load(-110, "create caDir failed. result=-1");
 }
 

@@ -2,41 +2,29 @@
 
 #include <curl/curl.h>
 
-#include <algorithm>
-#include <cstddef>
 #include <utility>
 
 #include "vloxlib/ConfigManager.h"
 #include "vloxlib/Context.h"
-#include "vloxlib/ErrorCodes.h"
 #include "vloxlib/InstancesHolder.h"
+#include "vloxlib/NativeCodes.h"
 #include "vloxlib/ServiceVocabulary.h"
 #include "vloxlib/dnscachehelper/DnsCacheHelper.h"
 #include "vloxlib/encrypt/Base64.h"
 #include "vloxlib/encrypt/EncryptBridge.h"
-#include "vloxlib/encrypt/MD5.h"
 #include "vloxlib/http/HttpClient.h"
-#include "vloxlib/http/RootCertificates.h"
+#include "vloxlib/http/OtherZone.h"
+#include "vloxlib/http/RootBundleFile.h"
 #include "vloxlib/http/ServerAddrManager.h"
+#include "vloxlib/http/ServiceEnvelope.h"
 #include "vloxlib/http/UrlPlaceholders.h"
 #include "vloxlib/log/vloxLog.h"
-#include "vloxlib/utility/FileUtil.h"
 
 namespace vloxlib {
 
 namespace {
 
 constexpr int kDefaultTimeout = 15;
-constexpr int kLongestConnect = 10;
-constexpr int kNoJson = -112;
-constexpr int kNoCode = -116;
-constexpr int kNoDirectory = -110;
-constexpr int kNotWritten = -105;
-constexpr int kOtherZone = 10016;
-constexpr int kOtherZoneNative = -829;
-constexpr int kNoZone = -104;
-constexpr int kNotResolved = -806;
-constexpr int kTimedOut = -828;
 
 void initialLibcurl() {
     static std::once_flag once;
@@ -46,29 +34,6 @@ void initialLibcurl() {
         VLOX_LOG(2, "libcurl version is : %s, and version num is : %d", info->version,
                  static_cast<int>(info->version_num));
     });
-}
-
-// What a usual request or reply needs without asking for memory: the default pool begins with 64 KiB of it.
-struct ScratchDocument {
-    alignas(std::max_align_t) char memory[2048];
-    rapidjson::MemoryPoolAllocator<> pool{memory, sizeof memory};
-    rapidjson::Document json{&pool};
-};
-
-void addText(JsonValue& object, const char* name, const std::string& text, rapidjson::Document& document) {
-    JsonValue value(text.data(), static_cast<rapidjson::SizeType>(text.size()), document.GetAllocator());
-    object.AddMember(rapidjson::StringRef(name), value, document.GetAllocator());
-}
-
-// A `data` of another type counts as absent.
-const JsonValue* dataOf(const JsonValue& object) {
-    const auto member = object.FindMember(PARA_DATA);
-    return member != object.MemberEnd() && member->value.IsString() ? &member->value : nullptr;
-}
-
-std::string decrypted(const JsonValue& data, const std::shared_ptr<EncryptBridge>& bridge) {
-    const std::string cipher = Base64::decode(data.GetString(), static_cast<int>(data.GetStringLength()));
-    return bridge ? bridge->decryptData(cipher) : cipher;
 }
 
 }  // namespace
@@ -176,7 +141,7 @@ std::string HttpHelper::requestWithToken(HTTPMethod method, HTTPBusinessType bus
         VLOX_LOG(3, "url is empty");
         return "";
     }
-    std::string head = generateUrlHead(url, headParams);
+    std::string head = filledUrl(url, headParams);
     if (head.empty()) {
         return "";
     }
@@ -189,11 +154,12 @@ std::string HttpHelper::requestWithToken(HTTPMethod method, HTTPBusinessType bus
     const Request request{method, timeout, params, result, document};
     std::string base = url;
     int ret = requestOwnZone(request, head);
-    if ((ret == kNotResolved || ret == kTimedOut) && replaceServerAddress(businessType, head)) {
+    if ((ret == native::kNotResolved || ret == native::kTimedOut) &&
+        replaceServerAddress(businessType, head)) {
         ret = requestOwnZone(request, head);
         base = head;
     }
-    if (ret == kOtherZoneNative) {
+    if (ret == native::kOtherZone) {
         requestOtherZone(request, base);
     }
     if (result.IsNull()) {
@@ -229,11 +195,11 @@ void HttpHelper::requestOtherZone(const Request& request, const std::string& bas
     ServerInfo serverInfo;
     const std::shared_ptr<EncryptBridge> bridge = bridgeToOtherZone(request.result, serverInfo);
     if (bridge) {
-        httpRequestEncryptData(request, generateCrossDomainUrl(base, serverInfo), bridge,
+        const bool https = getWebRequestMode() != SECURITY_POLICY_PLAIN;
+        httpRequestEncryptData(request, urlInZone(base, serverInfo, https), bridge,
                                serverInfo.asymEncryptType);
     } else {
-        request.result.AddMember(rapidjson::StringRef(PARA_RETURN_CODE), kNoZone,
-                                 request.document.GetAllocator());
+        appendResult(native::kNoZone, "", request.result, request.document);
     }
 }
 
@@ -255,51 +221,13 @@ std::shared_ptr<EncryptBridge> HttpHelper::bridgeToOtherZone(const JsonValue& re
 std::shared_ptr<EncryptBridge> HttpHelper::generateEncryptBridge(SYM_ENCRYPT_TYPE symType,
                                                                  const std::string& encryptInfo,
                                                                  ServerInfo& serverInfo) {
-    rapidjson::Document zone;
-    std::string publicKey;
-    std::string parameters;
-    int asymType = 0;
-    if (!RapidJsonUtils::parse(encryptInfo, zone) ||
-        !RapidJsonUtils::getMemberString(zone, "otherZonePublicKey", publicKey) ||
-        !RapidJsonUtils::getMemberString(zone, "otherZoneIbcPubParam", parameters) ||
-        !RapidJsonUtils::getMemberInt(zone, "otherZoneAsymmetricCryptoType", asymType)) {
-        VLOX_LOG(4, "json parse error, encryptInfo=%s", encryptInfo.c_str());
-        return nullptr;
-    }
-    serverInfo.asymEncryptType = static_cast<ASYM_ENCRYPT_TYPE>(asymType);
-    // Both land in the one field: a zone that has an address for TLS is reached there.
-    RapidJsonUtils::getMemberString(zone, "otherZoneHttpPublicAddress", serverInfo.httpAddress);
-    RapidJsonUtils::getMemberString(zone, "otherZoneHttpsPublicAddress", serverInfo.httpAddress);
-    return std::make_shared<EncryptBridge>(symType, serverInfo.asymEncryptType, publicKey, parameters);
-}
-
-// The other zone's address in front of the URL's path. Ten characters reach from the scheme into the host.
-std::string HttpHelper::generateCrossDomainUrl(std::string url, const ServerInfo& serverInfo) const {
-    const bool both = !serverInfo.httpAddress.empty() && !serverInfo.httpsAddress.empty();
-    const bool https = both ? getWebRequestMode() != SECURITY_POLICY_PLAIN : serverInfo.httpAddress.empty();
-    url.replace(0, 10, "a");
-    const std::size_t path = std::min(url.find('/'), url.size());
-    std::string crossUrl = (https ? serverInfo.httpsAddress : serverInfo.httpAddress) + url.substr(path);
-    VLOX_LOG(2, "urlStr=%s", crossUrl.c_str());
-    return crossUrl;
-}
-
-std::string HttpHelper::generateUrlHead(std::string url, const HeadParams& headParams) {
-    if (!headParams.empty() && replaceUrlByHeadParams(url, headParams) != 0) {
-        VLOX_LOG(3, "headParams should use all");
-        return "";
-    }
-    if (url.find('$') != std::string::npos) {
-        VLOX_LOG(3, "headUrl should replace all");
-        return "";
-    }
-    return url;
+    return bridgeToZone(symType, encryptInfo, serverInfo);
 }
 
 int HttpHelper::httpRequestEncryptData(const Request& request, const std::string& url,
                                        const std::shared_ptr<EncryptBridge>& bridge, int asymType) {
     const std::string text = RapidJsonUtils::jsonToString(request.params);
-    const std::string encrypted = generateHttpParam(bridge, text);
+    std::string encrypted = encryptedText(bridge.get(), text);
     HttpClient client;
     secure(client, url);
     VLOX_LOG(1, "httpMode=%d,url=%s, param=%s", request.method, url.c_str(), text.c_str());
@@ -308,14 +236,18 @@ int HttpHelper::httpRequestEncryptData(const Request& request, const std::string
         VLOX_LOG(4, "m_encrypt is not been set");
         return 0;
     }
-    addFields(client, *bridge, asymType, encrypted);
-    addCustomHeader(client, bridge);
-    auto qos = std::make_shared<QosParams>();
-    qos->timeout = request.timeout;
-    qos->connectTimeout = std::min(request.timeout, kLongestConnect);
-    const int curlRet = client.performSync(std::move(qos), nullptr);
-    return handleHttpBody("doSyncHttpRequest", curlRet, client.getResultData(), bridge, request.result,
-                          request.document);
+    for (ServiceField& field :
+         serviceFields(m_userInfo.getAppID(), *bridge, asymType, std::move(encrypted))) {
+        client.addParam(field.first, std::move(field.second));
+    }
+    if (m_configManager->getConfig(CONFIG_REQUEST_ENVELOPE_MODE, 0) == 1) {
+        const int deviceType = Context::getInstance()->getContext(CONTEXT_DEVICE_TYPE, 0);
+        client.addHeader(PARA_CUSTOM_HEADER_PARAMS,
+                         encryptedHeader(bridge.get(), senderText(deviceType, m_userInfo.getVloxID())));
+    }
+    const int code = client.performSync(std::make_shared<QosParams>(serviceLimits(request.timeout)), nullptr);
+    return readServiceReply("doSyncHttpRequest", code, client.getResultData(), bridge.get(), request.result,
+                            request.document);
 }
 
 void HttpHelper::secure(HttpClient& client, const std::string& url) const {
@@ -332,35 +264,9 @@ void HttpHelper::secure(HttpClient& client, const std::string& url) const {
     client.setVerifyHost(getVerifyHost());
 }
 
-// Writes the built-in roots into the data directory, for those who want them as a file, unless they stand
-// there.
 int HttpHelper::loadCaCertificateContent() {
-    const std::string content = builtInRootCertificates();
-    const std::string caDir =
-        Context::getInstance()->getContext(CONTEXT_DATA_DIR, std::string("./")) + "/certificate";
-    if (FileUtil::isExist(caDir) != 0) {
-        VLOX_LOG(2, "caDir is not exist");
-        const int result = FileUtil::createDir(caDir);
-        if (result != 0) {
-            VLOX_LOG(4, "create caDir failed. result=%d", result);
-            return kNoDirectory;
-        }
-    }
-    const std::string caPath = caDir + "/cacert.pem";
-    const std::string oldMd5 = FileUtil::isExist(caPath) == 0 ? MD5::md5File(caPath) : "";
-    if (oldMd5 == MD5::md5(content)) {
-        m_configManager->setConfig(CONFIG_CA_FILE_PATH, caPath);
-        VLOX_LOG(2, "caMd5 match success, no need update");
-        return 0;
-    }
-    const int result = FileUtil::writeFileContent(caPath, content);
-    if (result != 0) {
-        VLOX_LOG(4, "write CA content failed. result=%d", result);
-        return kNotWritten;
-    }
-    m_configManager->setConfig(CONFIG_CA_FILE_PATH, caPath);
-    VLOX_LOG(2, "ca update success. path=%s", caPath.c_str());
-    return 0;
+    const std::string dataDir = Context::getInstance()->getContext(CONTEXT_DATA_DIR, std::string("./"));
+    return writeRootBundle(dataDir, *m_configManager);
 }
 
 int HttpHelper::creatHttpRequest(HTTPMethod method, HttpClient& client, const std::string& url) {
@@ -378,137 +284,35 @@ int HttpHelper::creatHttpRequest(HTTPMethod method, HttpClient& client, const st
     return -1;
 }
 
-void HttpHelper::addFields(HttpClient& client, EncryptBridge& bridge, int asymType,
-                           const std::string& encryptedParams) const {
-    if (asymType != 0) {
-        client.addParam(PARA_APP_ID, m_userInfo.getAppID());
-        client.addParam(PARM_CRYPTO_ALG, bridge.getCryptoTypeStr());
-        client.addParam(PARA_SECRET_KEY, bridge.getSecretKeyBase64());
-        client.addParam(PARA_VERSION, "1");
-    }
-    client.addParam(PARA_PARAMS, encryptedParams);
-}
-
-void HttpHelper::addCustomHeader(HttpClient& client, const std::shared_ptr<EncryptBridge>& bridge) const {
-    if (m_configManager->getConfig(CONFIG_REQUEST_ENVELOPE_MODE, 0) != 1) {
-        return;
-    }
-    ScratchDocument scratch;
-    rapidjson::Document& sender = scratch.json;
-    sender.SetObject();
-    const int deviceType = Context::getInstance()->getContext(CONTEXT_DEVICE_TYPE, 0);
-    sender.AddMember(rapidjson::StringRef(PARA_DEVICE_TYPE), deviceType, sender.GetAllocator());
-    addText(sender, PARA_VLOXID, m_userInfo.getVloxID(), sender);
-    client.addHeader(PARA_CUSTOM_HEADER_PARAMS,
-                     generateHttpHeaderParam(bridge, RapidJsonUtils::jsonToString(sender)));
-}
-
 int HttpHelper::handleHttpBody(const std::string& body, JsonValue& result, rapidjson::Document& document) {
     return handleHttpBody(body, m_encrypt, result, document);
 }
 
 int HttpHelper::handleHttpBody(const std::string& body, std::shared_ptr<EncryptBridge> bridge,
                                JsonValue& result, rapidjson::Document& document) {
-    return handleHttpBody("other", 0, body, bridge, result, document);
-}
-
-int HttpHelper::handleHttpBody(const char* methodName, int curlRet, const std::string& body,
-                               const std::shared_ptr<EncryptBridge>& bridge, JsonValue& result,
-                               rapidjson::Document& document) {
-    if (curlRet != 0) {
-        VLOX_LOG(3, "curl error. methodName=%s,curlReturnCode=%d", methodName, curlRet);
-        return getHttpRequestResult(curlRet, body, result, document);
-    }
-    ScratchDocument scratch;
-    rapidjson::Document& envelope = scratch.json;
-    if (!RapidJsonUtils::parse(body, envelope)) {
-        VLOX_LOG(3, "http body json parse error. methodName=%s, body=%s", methodName, body.c_str());
-        return getHttpRequestResult(kNoJson, body, result, document);
-    }
-    std::string codeText;
-    if (!RapidJsonUtils::getMemberString(envelope, PARA_CODE, codeText)) {
-        VLOX_LOG(3, "http body no code. methodName=%s, body=%s", methodName, body.c_str());
-        return getHttpRequestResult(kNoCode, body, result, document);
-    }
-    const int code = convertInternalErrorCode(codeText);
-    std::string bid;
-    if (RapidJsonUtils::getMemberString(envelope, PARA_BID, bid)) {
-        VLOX_LOG(2, "field bid=%s", bid.c_str());
-    }
-    if (code != 0 && code != kOtherZone) {
-        std::string desc;
-        RapidJsonUtils::getMemberString(envelope, PARA_DESC, desc);
-        VLOX_LOG(3, "methodName=%s,returnCode=%d,desc=%s", methodName, code, desc.c_str());
-        return getHttpRequestResult(code, body, result, document);
-    }
-    const JsonValue* const data = dataOf(envelope);
-    if (!data) {
-        VLOX_LOG(2, "http result has no data");
-        return getHttpRequestResult(code, "", result, document);
-    }
-    const bool empty = data->GetStringLength() == 0;
-    return getHttpRequestResult(code, empty ? "" : decrypted(*data, bridge), result, document);
-}
-
-// Appends, also behind the members of an earlier attempt: who looks a member up finds the first one's.
-int HttpHelper::getHttpRequestResult(int code, const std::string& data, JsonValue& result,
-                                     rapidjson::Document& document) {
-    if (!result.IsObject()) {
-        result.SetObject();
-    }
-    if (!data.empty()) {
-        addText(result, PARA_DATA, data, document);
-    }
-    const int native = wireCodeToNative(code);
-    result.AddMember(rapidjson::StringRef(PARA_RETURN_CODE), native, document.GetAllocator());
-    return native;
+    return readServiceReply("other", 0, body, bridge.get(), result, document);
 }
 
 int HttpHelper::parseHttpResultString(const std::string& resultStr, rapidjson::Document& document,
                                       JsonValue& dataValue) {
-    if (!RapidJsonUtils::parse(resultStr, document)) {
-        VLOX_LOG(3, "json parse fail, resultStr:%s", resultStr.c_str());
-        return kNoJson;
-    }
-    int returnCode = 0;
-    if (!RapidJsonUtils::getMemberInt(document, PARA_RETURN_CODE, returnCode)) {
-        VLOX_LOG(3, "data format illegal");
-        return kNoCode;
-    }
-    if (const JsonValue* const data = dataOf(document)) {
-        const std::string dataStr(data->GetString(), data->GetStringLength());
-        if (!RapidJsonUtils::parse(dataStr, document)) {
-            VLOX_LOG(3, "json parse fail, dataStr:%s", dataStr.c_str());
-            return kNoJson;
-        }
-        dataValue.CopyFrom(document, document.GetAllocator());
-    }
-    return returnCode;
+    return readServiceResult(resultStr, document, dataValue);
 }
 
 std::string HttpHelper::generateHttpParam(const std::string& text) {
-    return generateHttpParam(m_encrypt, text);
+    return encryptedText(m_encrypt.get(), text);
 }
 
 std::string HttpHelper::generateHttpParam(std::shared_ptr<EncryptBridge> bridge, const std::string& text) {
-    if (!bridge) {
-        VLOX_LOG(3, "m_encrypt is not been set");
-        return "";
-    }
-    return Base64::encode(bridge->encryptData(text));
+    return encryptedText(bridge.get(), text);
 }
 
 std::string HttpHelper::generateHttpHeaderParam(const std::string& text) {
-    return generateHttpHeaderParam(m_encrypt, text);
+    return encryptedHeader(m_encrypt.get(), text);
 }
 
 std::string HttpHelper::generateHttpHeaderParam(std::shared_ptr<EncryptBridge> bridge,
                                                 const std::string& text) {
-    if (!bridge) {
-        VLOX_LOG(3, "m_encrypt is not been set");
-        return "";
-    }
-    return Base64::encode(bridge->symmetricEncryptContentBySpecialSecretKey(text));
+    return encryptedHeader(bridge.get(), text);
 }
 
 std::string HttpHelper::getCommonHttpBusinessTypeFullUrl(const std::string& path) {

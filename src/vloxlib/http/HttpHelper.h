@@ -128,13 +128,7 @@ public:
 private:
     static InstancesHolder<HttpHelper> s_instanceHolder;
 
-    static int handleHttpBody(const char* methodName, int curlRet, const std::string& body,
-                              const std::shared_ptr<EncryptBridge>& bridge, JsonValue& result,
-                              rapidjson::Document& document);
-    static int getHttpRequestResult(int code, const std::string& data, JsonValue& result,
-                                    rapidjson::Document& document);
     static int creatHttpRequest(HTTPMethod method, HttpClient& client, const std::string& url);
-    static std::string generateUrlHead(std::string url, const HeadParams& headParams);
 
     bool replaceServerAddress(HTTPBusinessType businessType, std::string& url);
 
@@ -149,12 +143,8 @@ private:
     int requestOwnZone(const Request& request, const std::string& url);
     void requestOtherZone(const Request& request, const std::string& base);
     std::shared_ptr<EncryptBridge> bridgeToOtherZone(const JsonValue& result, ServerInfo& serverInfo) const;
-    std::string generateCrossDomainUrl(std::string url, const ServerInfo& serverInfo) const;
     void secure(HttpClient& client, const std::string& url) const;
-    int loadCaCertificateContent();
-    void addFields(HttpClient& client, EncryptBridge& bridge, int asymType,
-                   const std::string& encryptedParams) const;
-    void addCustomHeader(HttpClient& client, const std::shared_ptr<EncryptBridge>& bridge) const;
+    int loadCaCertificateContent();  // exported for who knows it by its name; nothing here calls it
     std::string configText(_ConfigKey key) const;
 
     const std::shared_ptr<ConfigManager> m_configManager;

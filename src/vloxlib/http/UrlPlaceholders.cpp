@@ -1,5 +1,7 @@
 #include "vloxlib/http/UrlPlaceholders.h"
 
+#include "vloxlib/log/vloxLog.h"
+
 namespace vloxlib {
 
 // The search goes on one placeholder's length behind the last find, as the services' paths are used to:
@@ -17,6 +19,18 @@ int replaceUrlByHeadParams(std::string& url, const std::map<std::string, std::st
         }
     }
     return 0;
+}
+
+std::string filledUrl(std::string url, const std::map<std::string, std::string>& headParams) {
+    if (!headParams.empty() && replaceUrlByHeadParams(url, headParams) != 0) {
+        VLOX_LOG(3, "headParams should use all");
+        return "";
+    }
+    if (url.find('$') != std::string::npos) {
+        VLOX_LOG(3, "headUrl should replace all");
+        return "";
+    }
+    return url;
 }
 
 }  // namespace vloxlib

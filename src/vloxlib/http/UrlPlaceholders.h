@@ -11,6 +11,9 @@ namespace vloxlib {
 /// again and again; those ahead of it are replaced then
 int replaceUrlByHeadParams(std::string& url, const std::map<std::string, std::string>& headParams);
 
+/// @brief A URL with all its placeholders replaced. @return empty, and logged, when they don't fit exactly
+std::string filledUrl(std::string url, const std::map<std::string, std::string>& headParams);
+
 }  // namespace vloxlib
 
 #endif
