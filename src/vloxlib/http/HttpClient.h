@@ -5,21 +5,14 @@
 #include <vloxlib/Types.h>
 #include <vloxlib/http/FileParam.h>
 #include <vloxlib/http/HttpTypes.h>
-#include <exception>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <utility>
-
-struct curl_mime;
-struct curl_slist;
 
 namespace vloxlib {
 
-class TrustedCertificates;
-struct TlsSettings;
+struct ClientState;
 
 /// @brief One synchronous HTTP exchange.
 ///
@@ -52,8 +45,8 @@ public:
     /// @return 0, or -201 for an empty key or value
     int addHeader(std::string key, std::string value);
     int setHeader(const Fields& headers);  ///< Replaces all request headers. @return 0
-    Fields getHeader() const { return m_header; }
-    Fields getParam() const { return m_param; }  ///< The fields, values escaped.
+    Fields getHeader() const;
+    Fields getParam() const;  ///< The fields, values escaped.
 
     /// @name A file in the exchange, after the create operation
     /// A transfer below 10 bytes a second for 60 seconds ends with -828. It needs a progress function;
@@ -78,9 +71,9 @@ public:
     /// @brief Ends the transfer at libcurl's next step, POST and download with -109. From any thread.
     /// @return 0, or -1 when the exchange moves no file
     int httpCancel();
-    FileParam* getFileParam() const { return m_fileParam.get(); }  ///< Owned by the client; may be null.
-    FileOperateType getFileType() const { return m_fileType; }
-    bool isFileOperate() const { return m_isFileOperate; }
+    FileParam* getFileParam() const;  ///< Owned by the client; may be null.
+    FileOperateType getFileType() const;
+    bool isFileOperate() const;
     /// @}
 
     /// @brief Runs the exchange on the calling thread.
@@ -106,24 +99,24 @@ public:
     /// Texts are PEM, paths are UTF-8, files are read anew for each exchange. What is malformed or doesn't
     /// fit is logged; the exchange then goes on without it and fails in the handshake where it was needed.
     /// @{
-    void setSecurityPolicy(SecurityPolicy policy) { m_securityPolicy = policy; }
+    void setSecurityPolicy(SecurityPolicy policy);
     /// A file of certificate authorities to be trusted beside the built-in ones and those of setCAContent().
-    void setCAPath(const std::string& path) { m_caPath = path; }
-    void setCAContent(const std::string& pem) { m_caContent = pem; }
+    void setCAPath(const std::string& path);
+    void setCAContent(const std::string& pem);
     /// The client's certificate and behind it its private key; read only without setClientCertContent().
-    void setClientCertPath(const std::string& path) { m_clientCertPath = path; }
-    void setClientCertContent(const std::string& pem) { m_clientCertContent = pem; }
-    void setKeyPassword(const std::string& password) { m_keyPassword = password; }
+    void setClientCertPath(const std::string& path);
+    void setClientCertContent(const std::string& pem);
+    void setKeyPassword(const std::string& password);
     /// false leaves the host name in the server's certificate unchecked. @param verify true from the start
-    void setVerifyHost(bool verify) { m_verifyHost = verify; }
+    void setVerifyHost(bool verify);
     /// @}
 
     /// The reply's body up to its first NUL; empty after a failure.
-    std::string& getResultData() { return m_resultData; }
-    void setResultData(std::string data) { m_resultData = std::move(data); }
+    std::string& getResultData();
+    void setResultData(std::string data);
     /// The reply's headers, names as sent; over redirects, the first value of a name.
-    Fields& getResultHeader() { return m_resultHeader; }
-    void setResultHeader(Fields headers) { m_resultHeader = std::move(headers); }
+    Fields& getResultHeader();
+    void setResultHeader(Fields headers);
     /// One header of the reply, by its name as sent; empty when it isn't there.
     std::string getResultHeaderByKey(const std::string& key) const;
     std::string getContentType() const;
@@ -131,85 +124,25 @@ public:
     __int64 getContentRange();
     bool isRedirect() const;  ///< The reply carries a "Redirect" header that isn't empty.
 
-    const std::string& getUrl() const { return m_url; }
-    HTTPMethod getHttpMode() const { return m_httpMode; }
-    int getPostMode() const { return m_postMode; }
-    const std::string& getActionId() const { return m_actionId; }
+    const std::string& getUrl() const;
+    HTTPMethod getHttpMode() const;
+    int getPostMode() const;
+    const std::string& getActionId() const;
     /// A tag of the caller's; it isn't sent.
-    void setActionId(const std::string& actionId) { m_actionId = actionId; }
-    const std::function<void(int)>& getProgressCallback() const { return m_progressCallback; }
+    void setActionId(const std::string& actionId);
+    const std::function<void(int)>& getProgressCallback() const;
     /// Gets whole percents, 0 to 99, on the thread of performSync().
-    void setProgressCallback(std::function<void(int)> callback) { m_progressCallback = std::move(callback); }
-    const std::function<void(int, int)>& getResultCallback() const { return m_resultCallback; }
+    void setProgressCallback(std::function<void(int)> callback);
+    const std::function<void(int, int)>& getResultCallback() const;
     /// Kept for the caller; the exchange doesn't call it.
-    void setResultCallback(std::function<void(int, int)> callback) { m_resultCallback = std::move(callback); }
+    void setResultCallback(std::function<void(int, int)> callback);
     /// libcurl's easy handle, still owned by the client; null before syncCommonParams().
-    void* getCurlHandle() const { return m_curl.get(); }
+    void* getCurlHandle() const;
 
 private:
-    struct Progress;
-
-    static std::size_t httpHeaderCallback(char* buffer, std::size_t size, std::size_t count, void* client);
-    static std::size_t httpRecvDataCallback(char* buffer, std::size_t size, std::size_t count, void* data);
-
     int create(HTTPMethod method, const std::string& url);
-    void initialSSLLibrary() const;
-    void initialSSLProperty(void* curl) const;
-    TlsSettings tlsSettings() const;
-    TrustedCertificates combineCACertification() const;
-    void chooseAddress();
-    void reportFailure(int ret) const;
-    std::string joinedParams() const;
-    std::string urlWithParams() const;
-    void appendHeaderLine(const std::string& line);
-    void setUrl(const std::string& url);
-    int performInMemory(long* httpCode);
-    int performUpload(long* httpCode);
-    int performPutUpload(long* httpCode);
-    long transfer(long* httpCode);
-    int judgeDownload(long status);
-    int takeFailureFromFile(const std::string& path);
-    void watchProgress(FileOperateType direction);
-    int reportProgress(int percent, int& last);
-    void addFormParts(curl_mime* form);
-    UploadFileParm* uploadParam() const;
-    DownloadFileParm* downloadParam() const;
-    bool cancelled() const { return m_fileParam && m_fileParam->m_cancel; }
-    bool acceptedStatus(long httpCode) const;
 
-    static std::mutex m_sslInitmutex;
-
-    std::shared_ptr<const TlsSettings> m_tlsSettings;  // those of m_curl, which points to them
-    std::shared_ptr<void> m_curl;
-    std::shared_ptr<curl_slist> m_headerList;
-    SecurityPolicy m_securityPolicy = SECURITY_POLICY_PLAIN;
-    std::string m_actionId;
-    std::string m_url;
-    HTTPMethod m_httpMode = HTTP_METHOD_GET;
-    int m_postMode = 0;
-    bool m_isFileOperate = false;
-    FileOperateType m_fileType = FILE_OPERATE_NONE;
-    Fields m_param;
-    Fields m_header;
-    std::shared_ptr<FileParam> m_fileParam;
-    std::string m_resultData;
-    Fields m_resultHeader;
-    std::function<void(int)> m_progressCallback;
-    std::function<void(int, int)> m_resultCallback;
-    int m_uploadProgress = 0;
-    int m_downloadProgress = 0;
-    __int64 m_contentRange = 0;
-    std::string m_caPath;
-    std::string m_clientCertPath;
-    std::string m_caContent;
-    std::string m_clientCertContent;
-    std::string m_keyPassword;
-    int m_curlCode = 0;
-    std::string m_resolveHost;
-    std::string m_resolveIp;  // empty: the exchange goes by name
-    std::string m_resolvePort;
-    bool m_verifyHost = true;
-    std::exception_ptr m_callersException;  // what a progress function threw, until libcurl has returned
+    std::unique_ptr<ClientState> m_state;
 };
 
 }  // namespace vloxlib

@@ -9,6 +9,8 @@ namespace {
 
 constexpr std::size_t kLineEnd = 2;  // bytes
 
+// Names are ASCII, whatever the locale.
+char lowered(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 bool isBlank(char c) { return c == ' ' || c == '\t'; }
 bool endsLine(char c) { return c == '\r' || c == '\n'; }
 bool isBlankOrEnd(char c) { return isBlank(c) || endsLine(c); }
@@ -33,18 +35,32 @@ std::string_view upToLineEnd(std::string_view text) {
 
 }  // namespace
 
-void insertHeaderLine(std::string_view line, std::map<std::string, std::string>& headers) {
-    if (line.size() <= kLineEnd) {
-        return;
-    }
+HeaderLine readHeaderLine(std::string_view line) {
     line = upToLineEnd(withoutLeading(line, isBlankOrEnd));
     const std::size_t colon = line.find(':');
     if (colon == std::string_view::npos) {
-        return;
+        return {};
     }
-    const std::string_view name = withoutTrailingBlanks(line.substr(0, colon));
     const std::string_view value = withoutLeading(line.substr(colon + 1), isBlank);
-    headers.emplace(name, value.empty() ? " " : value);
+    return {true, withoutTrailingBlanks(line.substr(0, colon)), value.empty() ? " " : value};
+}
+
+void insertHeaderLine(std::string_view line, std::map<std::string, std::string>& headers) {
+    const HeaderLine header = readHeaderLine(line);
+    if (header.valid && line.size() > kLineEnd) {
+        headers.emplace(header.name, header.value);
+    }
+}
+
+bool isSameName(std::string_view one, std::string_view other) {
+    return std::equal(one.begin(), one.end(), other.begin(), other.end(),
+                      [](char a, char b) { return lowered(a) == lowered(b); });
+}
+
+std::string headerIn(const std::map<std::string, std::string>& headers, std::string_view name) {
+    const auto found = std::find_if(headers.begin(), headers.end(),
+                                    [&](const auto& header) { return isSameName(header.first, name); });
+    return found == headers.end() ? "" : found->second;
 }
 
 long long startOfContentRange(std::string_view value) {

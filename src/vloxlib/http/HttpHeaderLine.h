@@ -7,11 +7,23 @@
 
 namespace vloxlib {
 
+/// @brief A header of a reply, a part of the line that it was read from.
+struct HeaderLine {
+    bool valid = false;  ///< false for the status line, the empty last one and others without a colon
+    std::string_view name;
+    std::string_view value;  ///< one blank for a header without a value
+};
+
+HeaderLine readHeaderLine(std::string_view line);
+
 /// @brief Takes one line of a reply's head into a map of headers; a name that is there keeps its first value.
-///
-/// Lines without a colon (the status line, the empty last one) are passed over. A header without a value
-/// reads as one blank.
 void insertHeaderLine(std::string_view line, std::map<std::string, std::string>& headers);
+
+/// @brief Whether two header names are the same, which their case doesn't decide.
+bool isSameName(std::string_view one, std::string_view other);
+
+/// @brief The value of the first header of that name in any case; empty when there is none.
+std::string headerIn(const std::map<std::string, std::string>& headers, std::string_view name);
 
 /// @brief The start offset that a `Content-Range` header names, 0 for one that names none.
 long long startOfContentRange(std::string_view value);

@@ -1,7 +1,5 @@
 #include "vloxlib/http/HttpHelper.h"
 
-#include <curl/curl.h>
-
 #include <utility>
 
 #include "vloxlib/ConfigManager.h"
@@ -12,6 +10,7 @@
 #include "vloxlib/dnscachehelper/DnsCacheHelper.h"
 #include "vloxlib/encrypt/Base64.h"
 #include "vloxlib/encrypt/EncryptBridge.h"
+#include "vloxlib/http/CurlExchange.h"
 #include "vloxlib/http/HttpClient.h"
 #include "vloxlib/http/OtherZone.h"
 #include "vloxlib/http/RootBundleFile.h"
@@ -25,16 +24,6 @@ namespace vloxlib {
 namespace {
 
 constexpr int kDefaultTimeout = 15;
-
-void initialLibcurl() {
-    static std::once_flag once;
-    std::call_once(once, [] {
-        curl_global_init(CURL_GLOBAL_ALL);
-        const curl_version_info_data* const info = curl_version_info(CURLVERSION_NOW);
-        VLOX_LOG(2, "libcurl version is : %s, and version num is : %d", info->version,
-                 static_cast<int>(info->version_num));
-    });
-}
 
 }  // namespace
 

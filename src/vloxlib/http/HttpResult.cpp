@@ -2,6 +2,10 @@
 
 #include <curl/curl.h>
 
+#include <cstring>
+#include <utility>
+
+#include "vloxlib/NativeCodes.h"
 #include "vloxlib/log/vloxLog.h"
 
 namespace vloxlib {
@@ -11,24 +15,24 @@ namespace {
 int nativeFromCurl(int curlCode) {
     switch (curlCode) {
         case CURLE_URL_MALFORMAT:
-            return -803;
+            return native::kMalformedUrl;
         case CURLE_COULDNT_RESOLVE_PROXY:
-            return -805;
+            return native::kProxyNotResolved;
         case CURLE_COULDNT_RESOLVE_HOST:
-            return -806;
+            return native::kNotResolved;
         case CURLE_COULDNT_CONNECT:
-            return -807;
+            return native::kNotConnected;
         case CURLE_REMOTE_ACCESS_DENIED:
-            return -809;
+            return native::kAccessDenied;
         case CURLE_WRITE_ERROR:
-            return -823;
+            return native::kWriteFailed;
         case CURLE_READ_ERROR:
         case CURLE_FILE_COULDNT_READ_FILE:
-            return -826;
+            return native::kReadFailed;
         case CURLE_OPERATION_TIMEDOUT:
-            return -828;
+            return native::kTimedOut;
         default:
-            return kExchangeUnknown;
+            return native::kUnknown;
     }
 }
 
@@ -38,6 +42,34 @@ int parseHttpResult(int curlCode) {
     VLOX_LOG(3, "curl error result = %d, error info = %s", curlCode,
              curl_easy_strerror(static_cast<CURLcode>(curlCode)));
     return nativeFromCurl(curlCode);
+}
+
+ExchangeReply unprepared() {
+    ExchangeReply reply;
+    reply.outcome.curlCode = CURLE_BAD_FUNCTION_ARGUMENT;
+    return reply;
+}
+
+bool isAccepted(const ExchangeReply& reply) {
+    const long status = reply.outcome.status;
+    return status == 200 || status == 302 || !reply.headers.last("Redirect").empty();
+}
+
+int resultOf(const ExchangeReply& reply) {
+    if (reply.outcome.curlCode != CURLE_OK) {
+        return parseHttpResult(reply.outcome.curlCode);
+    }
+    return isAccepted(reply) ? 0 : refusedStatus(reply);
+}
+
+std::string textOf(ExchangeReply& reply) {
+    reply.text.resize(std::strlen(reply.text.c_str()));
+    return std::move(reply.text);
+}
+
+int refusedStatus(const ExchangeReply& reply) {
+    VLOX_LOG(4, "http fail httpCode = %d", static_cast<int>(reply.outcome.status));
+    return native::kUnknown;
 }
 
 }  // namespace vloxlib

@@ -3,6 +3,8 @@
 #ifndef VLOXLIB_HTTP_HTTPTYPES_H
 #define VLOXLIB_HTTP_HTTPTYPES_H
 
+#include <string>
+
 namespace vloxlib {
 
 /// The verb of a request.
@@ -37,6 +39,16 @@ enum FileOperateType : int { FILE_OPERATE_NONE = 0, FILE_OPERATE_UPLOAD = 1, FIL
 struct QosParams {
     int timeout = 0;         ///< for the whole exchange; the default is no limit
     int connectTimeout = 0;  ///< until the connection stands; the default is 15
+};
+
+/// @brief What became of an exchange, in figures and words.
+struct ExchangeOutcome {
+    int curlCode = 0;      ///< libcurl's result, 0 when a whole reply came
+    std::string curlText;  ///< what libcurl says of a failure; empty without one
+    long verifyResult =
+        0;            ///< OpenSSL's verdict on the server's certificate: an X509_V_ value, 0 for a good one
+    long status = 0;  ///< HTTP status of the last reply; 0 without a reply
+    std::string address;  ///< the IP address that was connected to, or tried last; empty without one
 };
 
 }  // namespace vloxlib

@@ -5,6 +5,7 @@
 
 #include "vloxlib/ConfigManager.h"
 #include "vloxlib/InstancesHolder.h"
+#include "vloxlib/NativeCodes.h"
 #include "vloxlib/ServiceVocabulary.h"
 #include "vloxlib/http/HttpHelper.h"
 #include "vloxlib/http/ServiceAddresses.h"
@@ -14,9 +15,6 @@
 namespace vloxlib {
 
 namespace {
-
-constexpr int kNotConfigured = -201;
-constexpr int kUnknown = -199;
 
 bool holds(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
@@ -48,7 +46,7 @@ int ServerAddrManager::queryServerAddress() {
     int ret = queryServerAddress(configText(CONFIG_AS_HOST), port, document, services);
     if (ret != 0 || services.IsNull()) {
         const int second = queryServerAddress(configText(CONFIG_AS_HOST_ALTERNATE), port, document, services);
-        ret = second == kNotConfigured ? ret : second;
+        ret = second == native::kInvalidArgument ? ret : second;
     }
     setConfigForServerAddress(services);
     return ret;
@@ -58,7 +56,7 @@ int ServerAddrManager::queryServerAddress(const std::string& host, const std::st
                                           rapidjson::Document& document, JsonValue& result) {
     if (host.empty() || port.empty()) {
         VLOX_LOG(3, "server ip or port is empty");
-        return kNotConfigured;
+        return native::kInvalidArgument;
     }
     rapidjson::Document params(rapidjson::kObjectType);
     params.AddMember("domainName", JsonValue(host.c_str(), params.GetAllocator()), params.GetAllocator());
@@ -75,7 +73,7 @@ int ServerAddrManager::queryServerAddress(const std::string& host, const std::st
     VLOX_LOG(2, "serverInfoJson=%s", RapidJsonUtils::jsonToString(result).c_str());
     if (!result.IsArray()) {
         VLOX_LOG(3, "get server info failed");
-        return kUnknown;
+        return native::kUnknown;
     }
     m_serverAddrExist = true;
     m_condition.notifyAll();

@@ -1,6 +1,8 @@
 #ifndef VLOXLIB_HTTP_TLSSETTINGS_H
 #define VLOXLIB_HTTP_TLSSETTINGS_H
 
+#include <curl/curl.h>
+
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,8 +13,30 @@
 
 namespace vloxlib {
 
+/// @brief What a caller says of trust and identity: texts in PEM and paths of files. Wiped when it goes.
+struct TlsChoice {
+    TlsChoice() = default;
+    TlsChoice(const TlsChoice&) = default;
+    TlsChoice& operator=(const TlsChoice&) = default;
+    ~TlsChoice();
+
+    SecurityPolicy policy = SECURITY_POLICY_PLAIN;
+    bool verifyHost = true;
+    std::string caPath;
+    std::string caContent;
+    std::string clientCertPath;
+    std::string clientCertContent;
+    std::string keyPassword;
+};
+
 /// @brief All that decides which servers an exchange accepts, and whom they see. Equal ones decide the same.
 struct TlsSettings {
+    /// @brief Reads what was chosen, files included, and starts OpenSSL if there is any need of it.
+    static TlsSettings of(const TlsChoice& choice);
+
+    /// @brief Makes a handle heed these, which have to outlive it.
+    void putOn(CURL* curl) const;
+
     SecurityPolicy policy;
     bool verifyHost;
     std::optional<TrustedCertificates> trusted;      // absent: nobody is trusted, or nothing is verified
@@ -23,9 +47,6 @@ struct TlsSettings {
                identity == other.identity;
     }
 };
-
-/// @brief Overwrites a text that held a secret.
-void cleanse(std::string& secret);
 
 }  // namespace vloxlib
 

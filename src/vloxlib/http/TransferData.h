@@ -5,7 +5,7 @@
 
 #include <vloxlib/Export.h>
 #include <vloxlib/Noncopyable.h>
-#include <cstdio>
+#include <vloxlib/http/OpenFile.h>
 #include <memory>
 #include <string>
 
@@ -19,12 +19,6 @@ enum DataType : int {
     DATA_TYPE_FILE = 1,    ///< an open file
     DATA_TYPE_PRIVATE = 2  ///< nothing: no callback fills or drains it
 };
-
-/// Closes a file of the C library.
-struct FileCloser {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using OpenFile = std::unique_ptr<std::FILE, FileCloser>;
 
 /// @brief A text in memory or an open file, released with its holder.
 ///

@@ -1,11 +1,9 @@
-// What HttpClient sets up for TLS, and the callbacks through which libcurl's contexts get it.
-#include <curl/curl.h>
+#include "vloxlib/http/TlsSettings.h"
+
 #include <openssl/crypto.h>
 
 #include <exception>
 
-#include "vloxlib/http/HttpClient.h"
-#include "vloxlib/http/TlsSettings.h"
 #include "vloxlib/log/vloxLog.h"
 #include "vloxlib/utility/FileUtil.h"
 
@@ -13,12 +11,18 @@ namespace vloxlib {
 
 namespace {
 
+void cleanse(std::string& secret) { OPENSSL_cleanse(secret.data(), secret.size()); }
+
 std::string contentOf(const std::string& path) {
     std::string content;
     if (!path.empty()) {
         FileUtil::readFileContent(path, content);
     }
     return content;
+}
+
+TrustedCertificates trustedBy(const TlsChoice& choice) {
+    return TrustedCertificates(choice.caContent, contentOf(choice.caPath));
 }
 
 // The connection's store is to be the only source of trust: libcurl's own bundle is left out, which would
@@ -65,59 +69,44 @@ CURLcode sslctx_client_function(CURL* curl, void* context, void* settings) {
 
 }  // namespace
 
-std::mutex HttpClient::m_sslInitmutex;
-
-void cleanse(std::string& secret) {
-    if (!secret.empty()) {
-        OPENSSL_cleanse(&secret[0], secret.size());
-    }
+TlsChoice::~TlsChoice() {
+    cleanse(keyPassword);
+    cleanse(clientCertContent);
 }
 
-void HttpClient::initialSSLLibrary() const {
-    if (m_securityPolicy != SECURITY_POLICY_PLAIN) {
-        const std::lock_guard<std::mutex> lock(m_sslInitmutex);
+TlsSettings TlsSettings::of(const TlsChoice& choice) {
+    if (choice.policy != SECURITY_POLICY_PLAIN) {
         OPENSSL_init_ssl(0, nullptr);
     }
-}
-
-TrustedCertificates HttpClient::combineCACertification() const {
-    return TrustedCertificates(m_caContent, contentOf(m_caPath));
-}
-
-TlsSettings HttpClient::tlsSettings() const {
-    TlsSettings tls{m_securityPolicy, m_verifyHost, std::nullopt, nullptr};
-    if (m_securityPolicy == SECURITY_POLICY_SERVER_CA) {
-        tls.trusted = combineCACertification();
-    } else if (m_securityPolicy == SECURITY_POLICY_MUTUAL) {
+    TlsSettings tls{choice.policy, choice.verifyHost, std::nullopt, nullptr};
+    if (choice.policy == SECURITY_POLICY_SERVER_CA) {
+        tls.trusted = trustedBy(choice);
+    } else if (choice.policy == SECURITY_POLICY_MUTUAL) {
         std::string identity =
-            m_clientCertContent.empty() ? contentOf(m_clientCertPath) : m_clientCertContent;
+            choice.clientCertContent.empty() ? contentOf(choice.clientCertPath) : choice.clientCertContent;
         if (identity.empty()) {
             VLOX_LOG(4, "param error.");
         } else {
-            tls.trusted = combineCACertification();
-            tls.identity = ClientIdentity::of(identity, m_keyPassword);
+            tls.trusted = trustedBy(choice);
+            tls.identity = ClientIdentity::of(identity, choice.keyPassword);
         }
         cleanse(identity);
     }
     return tls;
 }
 
-void HttpClient::initialSSLProperty(void* curl) const {
-    curl_easy_setopt(curl, CURLOPT_SSL_CTX_DATA, m_tlsSettings.get());
-    switch (m_securityPolicy) {
+void TlsSettings::putOn(CURL* curl) const {
+    curl_easy_setopt(curl, CURLOPT_SSL_CTX_DATA, this);
+    switch (policy) {
         case SECURITY_POLICY_PLAIN:
             return;
         case SECURITY_POLICY_SERVER_CA:
-            verifyServer(curl, m_verifyHost);
+            verifyServer(curl, verifyHost);
             curl_easy_setopt(curl, CURLOPT_SSL_CTX_FUNCTION, &sslctx_ca_function);
             return;
         case SECURITY_POLICY_MUTUAL:
-            verifyServer(curl, m_verifyHost);
-            if (!m_keyPassword.empty()) {
-                curl_easy_setopt(curl, CURLOPT_KEYPASSWD, m_keyPassword.c_str());
-            }
-            curl_easy_setopt(curl, CURLOPT_SSLCERTTYPE, "PEM");
-            if (m_tlsSettings->identity) {
+            verifyServer(curl, verifyHost);
+            if (identity) {
                 curl_easy_setopt(curl, CURLOPT_SSL_CTX_FUNCTION, &sslctx_client_function);
             }
             return;

@@ -1,0 +1,113 @@
+#include "vloxlib/http/ClientState.h"
+
+#include <utility>
+
+#include "vloxlib/NativeCodes.h"
+#include "vloxlib/http/HttpResult.h"
+#include "vloxlib/http/RequestFields.h"
+#include "vloxlib/log/vloxLog.h"
+
+namespace vloxlib {
+
+void ClientState::prepare(const QosParams& limits) {
+    TlsSettings settings = TlsSettings::of(tls);
+    if (!exchange || !exchange->fits(settings)) {
+        exchange = std::make_shared<CurlExchange>(std::move(settings));
+    }
+    exchange->prepare(limits);
+    headerLines.reset();
+    for (const auto& [key, value] : header) {
+        appendLine(headerLines, key + ": " + value);
+    }
+}
+
+// A form's fields go into its body, all others' into the query.
+ExchangeRequest ClientState::request(HTTPMethod asMethod) const {
+    ExchangeRequest request;
+    request.method = asMethod;
+    request.url = asMethod == HTTP_METHOD_POST ? url : urlWithFields(url, fields);
+    request.headers = headerLines;
+    request.pinned = pinned;
+    return request;
+}
+
+int ClientState::runQuery(HTTPMethod asMethod, long* httpCode) {
+    return perform(request(asMethod), httpCode);
+}
+
+int ClientState::runForm(long* httpCode) {
+    ExchangeRequest form = request(HTTP_METHOD_POST);
+    form.form = joinedFields(fields);
+    return perform(form, httpCode);
+}
+
+int ClientState::perform(const ExchangeRequest& request, long* httpCode) {
+    ExchangeReply reply = exchange ? exchange->run(request) : unprepared();
+    take(reply, httpCode);
+    const int code = resultOf(reply);
+    if (code == 0) {
+        resultData = textOf(reply);
+    }
+    return code;
+}
+
+int ClientState::runUpload(HTTPMethod asMethod, long* httpCode) {
+    auto* const param = fileParamFor<UploadFileParm>(FILE_OPERATE_UPLOAD);
+    if (!param) {
+        VLOX_LOG(3, "no file to upload");
+        return native::kInvalidArgument;
+    }
+    if (!exchange) {
+        return native::kUnknown;
+    }
+    ExchangeRequest upload = request(asMethod);
+    upload.parts = &fields;
+    return take(uploadFile(*exchange, std::move(upload), *param, {progressCallback, uploadProgress}),
+                httpCode);
+}
+
+int ClientState::runDownload(HTTPMethod asMethod, long* httpCode) {
+    const auto* const param = fileParamFor<DownloadFileParm>(FILE_OPERATE_DOWNLOAD);
+    if (!param) {
+        VLOX_LOG(3, "no file to download to");
+        return native::kInvalidArgument;
+    }
+    if (!exchange) {
+        return native::kUnknown;
+    }
+    ExchangeRequest download = request(asMethod);
+    if (asMethod == HTTP_METHOD_POST) {
+        download.form = joinedFields(fields);
+    }
+    return take(downloadFile(*exchange, std::move(download), *param, {progressCallback, downloadProgress}),
+                httpCode);
+}
+
+template <class Param>
+Param* ClientState::fileParamFor(FileOperateType type) const {
+    return fileType == type ? static_cast<Param*>(fileParam.get()) : nullptr;
+}
+
+int ClientState::take(FileResult result, long* httpCode) {
+    if (result.reply) {
+        take(*result.reply, httpCode);
+    }
+    if (result.text) {
+        resultData = std::move(*result.text);
+    }
+    return result.code;
+}
+
+// What a function of the caller's threw goes on from here, where libcurl has ended.
+void ClientState::take(ExchangeReply& reply, long* httpCode) {
+    outcome = std::move(reply.outcome);
+    resultHeader.merge(reply.headers.all);
+    if (httpCode) {
+        *httpCode = outcome.status;
+    }
+    if (reply.thrown) {
+        std::rethrow_exception(std::exchange(reply.thrown, nullptr));
+    }
+}
+
+}  // namespace vloxlib

@@ -1,0 +1,279 @@
+#include "vloxlib/http/CurlExchange.h"
+
+#include <mutex>
+#include <utility>
+
+#include "vloxlib/http/HttpRequestShare.h"
+#include "vloxlib/log/vloxLog.h"
+
+namespace vloxlib {
+
+namespace {
+
+constexpr long kDefaultConnectTimeout = 15;
+constexpr long kNoLimit = 0;
+constexpr long kLowSpeedBytes = 10;
+constexpr long kLowSpeedSeconds = 60;
+constexpr std::size_t kUsualReply = 128;
+
+long limitOr(int seconds, long otherwise) { return seconds > 0 ? seconds : otherwise; }
+
+struct ListFree {
+    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+};
+struct FormFree {
+    void operator()(curl_mime* form) const { curl_mime_free(form); }
+};
+
+// One run, as libcurl's callbacks see it.
+class Run {
+public:
+    Run(CURL* curl, const ExchangeRequest& request)
+        : m_curl(curl), m_request(request), m_headers(request.headers) {}
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+    ~Run() { takeBack(); }
+
+    ExchangeReply perform() {
+        setTarget();
+        setBody();
+        setCallbacks();
+        set(CURLOPT_HTTPHEADER, m_headers.get());
+        ExchangeOutcome& outcome = m_reply.outcome;
+        outcome.curlCode = curl_easy_perform(m_curl);
+        curl_easy_getinfo(m_curl, CURLINFO_RESPONSE_CODE, &outcome.status);
+        VLOX_LOG(2, "httpCode=%ld,ret=%d", outcome.status, outcome.curlCode);
+        describeOutcome();
+        return std::move(m_reply);
+    }
+
+private:
+    template <class Value>
+    void set(CURLoption option, Value value) {
+        curl_easy_setopt(m_curl, option, value);
+    }
+
+    void setTarget() {
+        const PinnedHost& pinned = m_request.pinned;
+        if (!pinned.address.empty()) {
+            const std::string line = pinned.host + ":" + pinned.port + ":" + pinned.address;
+            m_resolve.reset(curl_slist_append(nullptr, line.c_str()));
+        }
+        set(CURLOPT_RESOLVE, m_resolve.get());
+        set(CURLOPT_URL, m_request.url.c_str());
+    }
+
+    void setBody() {
+        switch (m_request.method) {
+            case HTTP_METHOD_GET:
+                set(CURLOPT_HTTPGET, 1L);
+                return;
+            case HTTP_METHOD_POST:
+                return m_request.source ? setForm() : setFields();
+            case HTTP_METHOD_PUT:
+                set(CURLOPT_CUSTOMREQUEST, "PUT");
+                if (m_request.source) {
+                    set(CURLOPT_UPLOAD, 1L);
+                    set(CURLOPT_READFUNCTION, &Run::give);
+                    set(CURLOPT_READDATA, this);
+                    set(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(m_request.source->length()));
+                }
+                return;
+            case HTTP_METHOD_DELETE:
+                set(CURLOPT_CUSTOMREQUEST, "DELETE");
+        }
+    }
+
+    // From a certain size on libcurl would ask first whether it may send.
+    void setFields() {
+        set(CURLOPT_POSTFIELDS, m_request.form.c_str());
+        set(CURLOPT_POST, 1L);
+        appendLine(m_headers, "Expect:");
+    }
+
+    void setForm() {
+        m_form.reset(curl_mime_init(m_curl));
+        for (const auto& [key, value] : *m_request.parts) {
+            curl_mimepart* const part = curl_mime_addpart(m_form.get());
+            curl_mime_name(part, key.c_str());
+            curl_mime_data(part, value.data(), value.size());
+            curl_mime_type(part, "text/plain");
+        }
+        curl_mimepart* const part = curl_mime_addpart(m_form.get());
+        curl_mime_name(part, m_request.partName.c_str());
+        curl_mime_data_cb(part, m_request.source->length(), &Run::give, nullptr, nullptr, this);
+        curl_mime_filename(part, m_request.fileName.c_str());
+        curl_mime_type(part, "application/octet-stream");
+        set(CURLOPT_MIMEPOST, m_form.get());
+    }
+
+    void setCallbacks() {
+        set(CURLOPT_ERRORBUFFER, m_errorText);
+        set(CURLOPT_HEADERFUNCTION, &Run::takeHeader);
+        set(CURLOPT_HEADERDATA, this);
+        set(CURLOPT_WRITEFUNCTION, &Run::take);
+        set(CURLOPT_WRITEDATA, this);
+        if (m_request.progress || m_request.cancelled) {
+            set(CURLOPT_NOPROGRESS, 0L);
+            set(CURLOPT_XFERINFOFUNCTION, &Run::watch);
+            set(CURLOPT_XFERINFODATA, this);
+        }
+        if (m_request.dropStalled) {
+            set(CURLOPT_LOW_SPEED_LIMIT, kLowSpeedBytes);
+            set(CURLOPT_LOW_SPEED_TIME, kLowSpeedSeconds);
+        }
+    }
+
+    void takeBack() {
+        set(CURLOPT_ERRORBUFFER, static_cast<char*>(nullptr));
+        set(CURLOPT_HEADERFUNCTION, nullptr);
+        set(CURLOPT_HEADERDATA, nullptr);
+        set(CURLOPT_WRITEFUNCTION, nullptr);
+        set(CURLOPT_WRITEDATA, nullptr);
+        set(CURLOPT_READFUNCTION, nullptr);
+        set(CURLOPT_READDATA, nullptr);
+        set(CURLOPT_NOPROGRESS, 1L);
+        set(CURLOPT_XFERINFODATA, nullptr);
+        set(CURLOPT_LOW_SPEED_LIMIT, kNoLimit);
+        set(CURLOPT_LOW_SPEED_TIME, kNoLimit);
+        set(CURLOPT_MIMEPOST, nullptr);
+        set(CURLOPT_HTTPHEADER, nullptr);
+        set(CURLOPT_RESOLVE, nullptr);
+        set(CURLOPT_POSTFIELDS, nullptr);
+        set(CURLOPT_CUSTOMREQUEST, nullptr);
+        set(CURLOPT_HTTPGET, 1L);
+    }
+
+    void describeOutcome() {
+        ExchangeOutcome& outcome = m_reply.outcome;
+        const char* address = nullptr;
+        curl_easy_getinfo(m_curl, CURLINFO_PRIMARY_IP, &address);
+        curl_easy_getinfo(m_curl, CURLINFO_SSL_VERIFYRESULT, &outcome.verifyResult);
+        outcome.address = address ? address : "";
+        if (outcome.curlCode != CURLE_OK) {
+            outcome.curlText = m_errorText[0] != '\0'
+                                   ? m_errorText
+                                   : curl_easy_strerror(static_cast<CURLcode>(outcome.curlCode));
+        }
+    }
+
+    bool isCancelled() const {
+        const bool cancelled = m_request.cancelled && *m_request.cancelled;
+        if (cancelled) {
+            VLOX_LOG(2, "canceld");
+        }
+        return cancelled;
+    }
+
+    // An exception must not pass through libcurl's frames: the other result makes it end the exchange.
+    template <class Result, class Work>
+    static Result guarded(Result otherwise, Work work) {
+        try {
+            return work();
+        } catch (const std::exception&) {
+            return otherwise;
+        }
+    }
+
+    static std::size_t takeHeader(char* bytes, std::size_t size, std::size_t count, void* run) {
+        auto& self = *static_cast<Run*>(run);
+        return guarded(std::size_t{0}, [&] {
+            self.m_reply.headers.take({bytes, size * count});
+            return size * count;
+        });
+    }
+
+    static std::size_t take(char* bytes, std::size_t size, std::size_t count, void* run) {
+        auto& self = *static_cast<Run*>(run);
+        return guarded(std::size_t{0}, [&] { return self.takeBody(bytes, size * count) ? size * count : 0; });
+    }
+
+    bool takeBody(const char* bytes, std::size_t count) {
+        if (m_request.sink) {
+            return !isCancelled() && m_request.sink->take(bytes, count, m_reply);
+        }
+        if (m_reply.text.empty()) {
+            m_reply.text.reserve(kUsualReply);
+        }
+        m_reply.text.append(bytes, count);
+        return true;
+    }
+
+    static std::size_t give(char* buffer, std::size_t size, std::size_t count, void* run) {
+        auto& self = *static_cast<Run*>(run);
+        return guarded(std::size_t{CURL_READFUNC_ABORT}, [&]() -> std::size_t {
+            if (self.isCancelled()) {
+                return CURL_READFUNC_ABORT;
+            }
+            return self.m_request.source->give(buffer, size * count).value_or(CURL_READFUNC_ABORT);
+        });
+    }
+
+    static int watch(void* run, curl_off_t downloadTotal, curl_off_t downloaded, curl_off_t uploadTotal,
+                     curl_off_t uploaded) {
+        return static_cast<Run*>(run)->tell({downloadTotal, downloaded, uploadTotal, uploaded});
+    }
+
+    int tell(const TransferProgress& progress) {
+        if (isCancelled()) {
+            return -1;
+        }
+        try {
+            if (m_request.progress) {
+                m_request.progress(progress, m_reply);
+            }
+        } catch (...) {
+            m_reply.thrown = std::current_exception();
+            return -1;
+        }
+        return 0;
+    }
+
+    CURL* m_curl;
+    const ExchangeRequest& m_request;
+    HeaderLines m_headers;
+    std::unique_ptr<curl_slist, ListFree> m_resolve;
+    std::unique_ptr<curl_mime, FormFree> m_form;
+    char m_errorText[CURL_ERROR_SIZE] = "";
+    ExchangeReply m_reply;
+};
+
+}  // namespace
+
+CurlExchange::CurlExchange(TlsSettings tls) : m_tls(std::move(tls)), m_curl(curl_easy_init()) {
+    HttpRequestShare::instance();
+    HttpRequestShare::setShareHandle(m_curl.get());
+    m_tls.putOn(m_curl.get());
+}
+
+void CurlExchange::prepare(const QosParams& limits) {
+    CURL* const curl = m_curl.get();
+    curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(curl, CURLOPT_HEADER, 0L);
+    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, limitOr(limits.connectTimeout, kDefaultConnectTimeout));
+    curl_easy_setopt(curl, CURLOPT_TIMEOUT, limitOr(limits.timeout, kNoLimit));
+}
+
+ExchangeReply CurlExchange::run(const ExchangeRequest& request) {
+    return Run(m_curl.get(), request).perform();
+}
+
+void initialLibcurl() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        curl_global_init(CURL_GLOBAL_ALL);
+        const curl_version_info_data* const info = curl_version_info(CURLVERSION_NOW);
+        VLOX_LOG(2, "libcurl version is : %s, and version num is : %d", info->version,
+                 static_cast<int>(info->version_num));
+    });
+}
+
+void appendLine(HeaderLines& lines, const std::string& line) {
+    curl_slist* const list = curl_slist_append(lines.get(), line.c_str());
+    if (!lines) {
+        lines.reset(list, ListFree());
+    }
+}
+
+}  // namespace vloxlib

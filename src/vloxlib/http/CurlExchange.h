@@ -1,0 +1,46 @@
+#ifndef VLOXLIB_HTTP_CURLEXCHANGE_H
+#define VLOXLIB_HTTP_CURLEXCHANGE_H
+
+#include <curl/curl.h>
+
+#include <memory>
+#include <string>
+
+#include "vloxlib/http/ExchangeRecords.h"
+#include "vloxlib/http/TlsSettings.h"
+
+namespace vloxlib {
+
+/// @brief libcurl's handle with its trust and identity, and exchanges run on it, one at a time.
+///
+/// A run lends its request's pointers to the handle and takes them back, so that a handle that is used again
+/// never points at what is gone. Connections and sessions stay with the handle: other settings of TLS need
+/// another one. Threads: one at a time.
+class CurlExchange {
+public:
+    explicit CurlExchange(TlsSettings tls);
+
+    bool fits(const TlsSettings& tls) const { return m_tls == tls; }
+    CURL* handle() const { return m_curl.get(); }
+
+    /// @brief Sets what all runs have in common.
+    void prepare(const QosParams& limits);
+    ExchangeReply run(const ExchangeRequest& request);
+
+private:
+    struct Free {
+        void operator()(CURL* curl) const { curl_easy_cleanup(curl); }
+    };
+
+    const TlsSettings m_tls;  // above the handle, which points to them
+    const std::unique_ptr<CURL, Free> m_curl;
+};
+
+/// @brief Starts libcurl, once for the process, and logs its version.
+void initialLibcurl();
+
+void appendLine(HeaderLines& lines, const std::string& line);
+
+}  // namespace vloxlib
+
+#endif
