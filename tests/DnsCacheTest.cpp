@@ -130,6 +130,15 @@ TEST_F(DnsCacheTest, AFailedStoreStaysOpenUntilTheNextOperation) {
     EXPECT_EQ(1, log.count(DNSCACHE_TRACE_ERROR, "updateDomainRecord error."));
 }
 
+TEST_F(DnsCacheTest, NothingIsLeftOfAnAnswerThatSqliteRolledBackByItself) {
+    file.raw("CREATE TRIGGER full BEFORE INSERT ON domain_t BEGIN SELECT RAISE(ROLLBACK, 'injected'); END;");
+    EXPECT_FALSE(cache.replaceDnsCache(answer("a.test", {"10.0.0.1", "10.0.0.2"})));
+    EXPECT_EQ(0, file.rows("ip_t")) << "addresses without their domain";
+    file.raw("DROP TRIGGER full;");
+    EXPECT_TRUE(cache.replaceDnsCache(answer("a.test", {"10.0.0.1", "10.0.0.2"})));
+    EXPECT_EQ((Texts{"10.0.0.1", "10.0.0.2"}), ipsOf(cache.getDnsCache("", "a.test", true)));
+}
+
 TEST_F(DnsCacheTest, TextsAreValuesWhateverTheyHold) {
     const struct {
         const char* why;

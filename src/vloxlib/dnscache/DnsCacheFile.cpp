@@ -104,7 +104,11 @@ bool DnsCacheFile::createTables() {
     return true;
 }
 
+// Null for a statement that can't be prepared, or isn't to be run.
 sqlite3_stmt* DnsCacheFile::prepared(Text text) {
+    if (isRolledBack()) {
+        return nullptr;
+    }
     SqliteStatement& kept = m_statements[text];
     if (!kept) {
         sqlite3_stmt* statement = nullptr;
@@ -113,6 +117,18 @@ sqlite3_stmt* DnsCacheFile::prepared(Text text) {
         kept.reset(statement);
     }
     return kept.get();
+}
+
+int DnsCacheFile::begin() {
+    m_begun = false;
+    const int code = transact(BEGIN);
+    m_begun = isInTransaction(m_connection.get());
+    return code;
+}
+
+int DnsCacheFile::end(Text text) {
+    m_begun = false;
+    return transact(text);
 }
 
 int DnsCacheFile::run(Text text) { return SqliteUse(prepared(text)).step(); }

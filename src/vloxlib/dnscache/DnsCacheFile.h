@@ -16,7 +16,9 @@ class IpModel;
 
 /// @brief The file of the resolver's cache: its connection and its statements, one operation per statement.
 ///
-/// Each statement is prepared at its first use and kept. Without a file every statement fails.
+/// Each statement is prepared at its first use and kept. Without a file every statement fails. So does each
+/// that follows in a transaction that SQLite has rolled back by itself: what begin() and commit() enclose is
+/// stored whole or not at all.
 /// Threads: none, the manager's lock is held. Errors: SQLite's codes or false; nothing is logged.
 class DnsCacheFile : public Noncopyable {
     enum Text : std::size_t {
@@ -41,9 +43,9 @@ public:
     bool createTables();
 
     // The callers go on whatever comes back: a transaction may be open already, or gone.
-    int begin() { return transact(BEGIN); }
-    int commit() { return transact(COMMIT); }
-    int rollback() { return transact(ROLLBACK); }
+    int begin();
+    int commit() { return end(COMMIT); }
+    int rollback() { return end(ROLLBACK); }
 
     /// @param model untouched when there is no such row
     /// @return false: the statement can't be prepared
@@ -67,8 +69,11 @@ private:
     sqlite3_stmt* prepared(Text text);
     int run(Text text);
     int transact(Text text);
+    int end(Text text);
+    bool isRolledBack() const { return m_begun && !isInTransaction(m_connection.get()); }
 
     SqliteConnection m_connection;
+    bool m_begun = false;                             // a transaction that hasn't been ended by us
     std::array<SqliteStatement, TEXTS> m_statements;  // null until prepared; gone before the connection
 };
 

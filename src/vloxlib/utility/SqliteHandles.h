@@ -17,6 +17,13 @@ struct SqliteRelease {
 using SqliteConnection = std::unique_ptr<sqlite3, SqliteRelease>;
 using SqliteStatement = std::unique_ptr<sqlite3_stmt, SqliteRelease>;
 
+/// @brief Whether a transaction is open. SQLite ends one by itself, rolled back, after a full disk or an
+/// error of the disk; what follows would then be committed statement by statement. False without a
+/// connection.
+inline bool isInTransaction(sqlite3* connection) {
+    return connection != nullptr && sqlite3_get_autocommit(connection) == 0;
+}
+
 /// @brief One use of a prepared statement, which goes back reset and without bindings.
 ///
 /// Borrows the statement; null is allowed, and each step is then SQLite's misuse code. Not for two uses of
