@@ -20,6 +20,7 @@ using vlox_test::LogCapture;
 
 namespace {
 
+const std::string kByteOrderMark = "\xEF\xBB\xBF";
 constexpr char kSkipped[] = "a malformed certificate is skipped";
 
 struct ContextFree {
@@ -36,10 +37,10 @@ std::string textOf(BIO* bio) {
 
 OpensslHandle<BIO> writer() { return OpensslHandle<BIO>(BIO_new(BIO_s_mem())); }
 
-// A certificate that nobody has signed but itself, and its key.
+// A certificate, signed by another or by itself, and its key.
 class Identity {
 public:
-    explicit Identity(const char* name)
+    explicit Identity(const char* name, const Identity* issuer = nullptr)
         : m_key(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256")), m_certificate(X509_new()) {
         X509_set_version(m_certificate.get(), 2);
         ASN1_INTEGER_set(X509_get_serialNumber(m_certificate.get()), 1);
@@ -48,9 +49,10 @@ public:
         X509_NAME* const subject = X509_get_subject_name(m_certificate.get());
         X509_NAME_add_entry_by_txt(subject, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>(name),
                                    -1, -1, 0);
-        X509_set_issuer_name(m_certificate.get(), subject);
+        const Identity& by = issuer ? *issuer : *this;
+        X509_set_issuer_name(m_certificate.get(), X509_get_subject_name(by.m_certificate.get()));
         X509_set_pubkey(m_certificate.get(), m_key.get());
-        X509_sign(m_certificate.get(), m_key.get(), EVP_sha256());
+        X509_sign(m_certificate.get(), by.m_key.get(), EVP_sha256());
     }
     std::string certificate() const {
         const OpensslHandle<BIO> bio = writer();
@@ -91,14 +93,31 @@ std::string replaced(std::string text, const std::string& what, const std::strin
 
 std::string withoutEnd(const std::string& pem) { return pem.substr(0, pem.find("-----END")); }
 
+std::string nameOf(const X509* certificate) {
+    char name[64] = "";
+    X509_NAME_get_text_by_NID(X509_get_subject_name(certificate), NID_commonName, name, sizeof name);
+    return name;
+}
+
 // The names of what was read, in order.
 std::string namesOf(const Certificates& certificates) {
     std::string names;
     for (const auto& certificate : certificates) {
-        char name[64] = "";
-        X509_NAME_get_text_by_NID(X509_get_subject_name(certificate.get()), NID_commonName, name,
-                                  sizeof name);
-        names += std::string(names.empty() ? "" : " ") + name;
+        names += (names.empty() ? "" : " ") + nameOf(certificate.get());
+    }
+    return names;
+}
+
+// The names of what a context shows, in order.
+std::string shownBy(SSL_CTX* context) {
+    if (!SSL_CTX_get0_certificate(context)) {
+        return "";
+    }
+    std::string names = nameOf(SSL_CTX_get0_certificate(context));
+    STACK_OF(X509)* chain = nullptr;
+    SSL_CTX_get0_chain_certs(context, &chain);
+    for (int i = 0; i < sk_X509_num(chain); ++i) {
+        names += " " + nameOf(sk_X509_value(chain, i));
     }
     return names;
 }
@@ -121,6 +140,10 @@ TEST(PemCertificates, OneThatIsMalformedHidesNoOther) {
         {"lines of another system", replaced(one() + two(), "\n", "\r\n"), "one two", 0},
         {"no line end behind the last", one() + two().substr(0, two().size() - 1), "one two", 0},
         {"the older label", replaced(one(), "CERTIFICATE", "X509 CERTIFICATE"), "one", 0},
+        {"the label of one that says what it is trusted for",
+         replaced(one(), "CERTIFICATE", "TRUSTED CERTIFICATE") + two(), "one two", 0},
+        {"byte order marks of files put together", kByteOrderMark + one() + kByteOrderMark + two(), "one two",
+         0},
         {"other things", other.key() + one() + other.key("secret") + two(), "one two", 0},
         {"the end is missing", one() + withoutEnd(two()) + three(), "one three", 1},
         {"the last one's end is missing", one() + withoutEnd(two()), "one", 1},
@@ -229,38 +252,60 @@ TEST(ClientIdentity, SaysWhatIsMissingEachTime) {
     const char unusedCertificate[] = "Use certificate failed";
     const char noKey[] = "Failed to create key bio";
     const char unusedKey[] = "Use Key failed";
+    const char encrypted[] = "the client's key is encrypted, and there is no password for it";
+    const char wrongPassword[] = "wrong password: it doesn't decrypt the client's key";
+    const Identity root("root");
+    const Identity middle("middle", &root);
+    const Identity leaf("leaf", &middle);
     const struct {
         const char* why;
         std::string pem;
         const char* password;
         std::set<std::string> logged;
-        bool certificate;
+        const char* shown;
         bool key;
     } rows[] = {
-        {"whole", mine.certificate() + mine.key("secret"), "secret", {}, true, true},
-        {"a key without password", mine.certificate() + mine.key(), "", {}, true, true},
-        {"a password that isn't needed", mine.certificate() + mine.key(), "secret", {}, true, true},
+        {"whole", mine.certificate() + mine.key("secret"), "secret", {}, "mine", true},
+        {"a key without password", mine.certificate() + mine.key(), "", {}, "mine", true},
+        {"a password that isn't needed", mine.certificate() + mine.key(), "secret", {}, "mine", true},
         {"wrong password",
          mine.certificate() + mine.key("secret"),
          "Secret",
-         {noKey, unusedKey},
-         true,
+         {noKey, unusedKey, wrongPassword},
+         "mine",
          false},
-        {"no password", mine.certificate() + mine.key("secret"), "", {noKey, unusedKey}, true, false},
-        {"no key", mine.certificate(), "", {noKey, unusedKey}, true, false},
-        {"another's key", mine.certificate() + other.key(), "", {unusedKey}, true, false},
-        {"key in front", mine.key() + mine.certificate(), "", {noKey, unusedKey}, true, false},
-        {"no certificate",
-         mine.key(),
+        {"no password",
+         mine.certificate() + mine.key("secret"),
          "",
-         {noCertificate, unusedCertificate, noKey, unusedKey},
-         false,
+         {noKey, unusedKey, encrypted},
+         "mine",
          false},
+        {"no key", mine.certificate(), "", {noKey, unusedKey}, "mine", false},
+        {"another's key", mine.certificate() + other.key(), "", {unusedKey}, "mine", false},
+        {"a chain",
+         leaf.certificate() + middle.certificate() + root.certificate() + leaf.key("secret"),
+         "secret",
+         {},
+         "leaf middle root",
+         true},
+        {"a chain upside down, the key in it",
+         kByteOrderMark + root.certificate() + leaf.key() + middle.certificate() + leaf.certificate(),
+         "",
+         {},
+         "leaf middle root",
+         true},
+        {"one that isn't of the chain",
+         leaf.key() + other.certificate() + middle.certificate() + leaf.certificate(),
+         "",
+         {},
+         "leaf middle other",
+         true},
+        {"no certificate", mine.key(), "", {noCertificate, unusedCertificate}, "", true},
         {"nothing of the kind",
          "hello",
          "secret",
          {noCertificate, unusedCertificate, noKey, unusedKey},
-         false,
+         "",
          false},
     };
     for (const auto& row : rows) {
@@ -269,7 +314,7 @@ TEST(ClientIdentity, SaysWhatIsMissingEachTime) {
             const LogCapture log;
             const Context context = newContext();
             ClientIdentity::of(row.pem, row.password)->useOn(context.get());
-            EXPECT_EQ(row.certificate, SSL_CTX_get0_certificate(context.get()) != nullptr);
+            EXPECT_EQ(row.shown, shownBy(context.get()));
             EXPECT_EQ(row.key, SSL_CTX_get0_privatekey(context.get()) != nullptr);
             EXPECT_EQ(row.logged.size(), log.lines().size());
             for (const std::string& line : row.logged) {

@@ -1,8 +1,8 @@
 #include "vloxlib/http/ClientIdentity.h"
 
-#include <openssl/pem.h>
 #include <openssl/sha.h>
 
+#include <algorithm>
 #include <array>
 #include <new>
 
@@ -31,6 +31,33 @@ int givePassword(char* buffer, int size, int, void* password) {
     return text.empty() ? -1 : static_cast<int>(text.copy(buffer, static_cast<std::size_t>(size)));
 }
 
+// The client's own certificate first, then who issued it, and so on: many servers read a chain in this order
+// only. What belongs to no step of the way stays behind it, in the order of the text.
+void bringInOrder(Certificates& certificates, EVP_PKEY* key) {
+    const auto moveUp = [](auto to, auto found, auto end) {
+        if (found != end) {
+            std::rotate(to, found, found + 1);
+        }
+        return found != end;
+    };
+    auto next = certificates.begin();
+    const auto end = certificates.end();
+    moveUp(
+        next,
+        std::find_if(next, end,
+                     [key](const auto& each) { return key && X509_check_private_key(each.get(), key) == 1; }),
+        end);
+    while (next != end) {
+        X509* const issued = (next++)->get();
+        const auto issuer = std::find_if(next, end, [issued](const auto& each) {
+            return X509_check_issued(each.get(), issued) == X509_V_OK;
+        });
+        if (!moveUp(next, issuer, end)) {
+            return;
+        }
+    }
+}
+
 }  // namespace
 
 // Neither key text nor password is kept to tell one from another.
@@ -44,29 +71,58 @@ std::shared_ptr<const ClientIdentity> ClientIdentity::of(const std::string& pem,
 
 ClientIdentity::ClientIdentity(const std::string& pem, const std::string& password) {
     const OpensslErrors errors;
-    const OpensslHandle<BIO> reader = readerOf(pem.data(), pem.size());
-    if (!reader) {
-        VLOX_LOG(4, "BIO_new_mem_buf failed.");
-        return;
-    }
+    const std::vector<PemBlock> blocks = pemBlocksOf(pem);
+    readKey(blocks, password);
+    readCertificates(blocks, password);
+    bringInOrder(m_certificates, m_key.get());
+}
+
+void ClientIdentity::readKey(const std::vector<PemBlock>& blocks, const std::string& password) {
     const std::string* secret = &password;
-    m_certificate.reset(PEM_read_bio_X509(reader.get(), nullptr, &givePassword, &secret));
-    if (m_certificate) {
-        readExtensions(m_certificate.get());
+    for (const PemBlock& block : blocks) {
+        if (m_key || !block.isPrivateKey()) {
+            continue;
+        }
+        m_key = block.privateKey(&givePassword, &secret);
+        if (!m_key && block.isEncrypted()) {
+            m_lockedKey = password.empty() ? "the client's key is encrypted, and there is no password for it"
+                                           : "wrong password: it doesn't decrypt the client's key";
+        }
     }
-    m_key.reset(PEM_read_bio_PrivateKey(reader.get(), nullptr, &givePassword, &secret));
+}
+
+void ClientIdentity::readCertificates(const std::vector<PemBlock>& blocks, const std::string& password) {
+    const std::string* secret = &password;
+    for (const PemBlock& block : blocks) {
+        if (!block.isCertificate()) {
+            continue;
+        }
+        if (OpensslHandle<X509> certificate = block.certificate(&givePassword, &secret)) {
+            readExtensions(certificate.get());
+            m_certificates.push_back(std::move(certificate));
+        }
+    }
 }
 
 void ClientIdentity::useOn(SSL_CTX* context) const {
     const OpensslErrors errors;
-    if (!m_certificate) {
+    if (m_certificates.empty()) {
         VLOX_LOG(4, "PEM_read_bio_X509 failed.");
     }
-    if (SSL_CTX_use_certificate(context, m_certificate.get()) != 1) {
+    if (SSL_CTX_use_certificate(context, m_certificates.empty() ? nullptr : m_certificates.front().get()) !=
+        1) {
         VLOX_LOG(4, "Use certificate failed");
+    }
+    for (std::size_t i = 1; i < m_certificates.size(); ++i) {
+        if (SSL_CTX_add1_chain_cert(context, m_certificates[i].get()) != 1) {
+            VLOX_LOG(4, "a certificate of the client's chain can't be used");
+        }
     }
     if (!m_key) {
         VLOX_LOG(4, "Failed to create key bio");
+    }
+    if (!m_key && m_lockedKey) {
+        VLOX_LOG(4, "%s", m_lockedKey);
     }
     if (SSL_CTX_use_PrivateKey(context, m_key.get()) != 1) {
         VLOX_LOG(4, "Use Key failed");
