@@ -187,6 +187,34 @@ TEST_F(DnsFrontTest, PreloadedDomainsLandInTheFileOnly) {
     resolver->notifyFailureIpByDomain("localhost", "127.0.0.9", 7);
 }
 
+// The walk for "localhost" stands still in its log line.
+TEST_F(DnsFrontTest, ASlowNameHoldsUpThoseWhoWaitForItAndNobodyElse) {
+    static std::promise<void> begun;
+    static std::promise<void> letGo;
+    static std::atomic<int> walks{0};
+    DNSCacheLog::getInstance()->setTraceCallback([](DNSCache_TRACE_LEVELS, const char* text) {
+        if (std::string(text).find(R"({"domain":"localhost")") != std::string::npos && ++walks == 1) {
+            begun.set_value();
+            letGo.get_future().wait();
+        }
+    });
+    auto first = std::async(std::launch::async, [this] { return resolver->getIpByDomain("localhost"); });
+    begun.get_future().wait();
+    ResolvePatience none;
+    none.until = std::chrono::steady_clock::now();
+    EXPECT_EQ(Texts{}, resolver->getIpsByDomain("localhost", none));
+    ResolvePatience cancelled;
+    cancelled.givenUp = [] { return true; };
+    EXPECT_EQ(Texts{}, resolver->getIpsByDomain("localhost", cancelled));
+    EXPECT_EQ("", resolver->getIpByDomain(kUnknown));
+    auto second = std::async(std::launch::async, [this] { return resolver->getIpByDomain("localhost"); });
+    letGo.set_value();
+    EXPECT_EQ("127.0.0.1", first.get());
+    EXPECT_EQ("127.0.0.1", second.get());
+    EXPECT_EQ(1, walks) << "all who asked shared one walk";
+    resolver->notifyFailureIpByDomain("localhost", "127.0.0.1", 7);
+}
+
 TEST_F(DnsFrontTest, ManyThreadsSeeOneResolver) {
     file.know("many.invalid", "10.0.0.1");
     std::vector<std::future<void>> users;

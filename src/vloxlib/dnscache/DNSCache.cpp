@@ -4,8 +4,10 @@
 #include <Poco/Exception.h>
 
 #include <algorithm>
+#include <system_error>
 
 #include "platform/InetAddress.h"
+#include "platform/Thread.h"
 #include "vloxlib/dnscache/DNSCacheLog.h"
 #include "vloxlib/dnscache/DnsCacheManager.h"
 #include "vloxlib/dnscache/DnsManager.h"
@@ -14,9 +16,39 @@
 #include "vloxlib/dnscache/IpModel.h"
 #include "vloxlib/dnscache/QueryManager.h"
 #include "vloxlib/dnscache/ScoreManager.h"
+#include "vloxlib/dnscache/SharedAnswers.h"
 #include "vloxlib/dnscache/SpeedtestManager.h"
 
 namespace vloxlib {
+
+namespace {
+
+constexpr auto kBetweenLooks = std::chrono::milliseconds(20);
+
+// The system's resolver can't be interrupted: it gets a thread of its own, which those who wait can leave.
+void runAside(const std::function<void()>& task) {
+    try {
+        const platform::Thread started(task);
+    } catch (const std::system_error&) {
+        task();
+    }
+}
+
+std::vector<std::string> answerOf(const std::shared_future<std::vector<std::string>>& answer,
+                                  const ResolvePatience& patience) {
+    while (answer.wait_for(kBetweenLooks) != std::future_status::ready) {
+        if (patience.isOver()) {
+            return {};
+        }
+    }
+    return answer.get();
+}
+
+void remove(std::vector<std::string>& ips, const std::string& ip) {
+    ips.erase(std::remove(ips.begin(), ips.end(), ip), ips.end());
+}
+
+}  // namespace
 
 std::shared_ptr<DNSCache> DNSCache::getInstance() {
     static const auto& instance = *new std::shared_ptr<DNSCache>(new DNSCache);
@@ -28,7 +60,8 @@ DNSCache::DNSCache()
       m_dnsManager(std::make_shared<DnsManager>()),
       m_queryManager(std::make_shared<QueryManager>(m_cacheManager, m_dnsManager)),
       m_scoreManager(std::make_shared<ScoreManager>()),
-      m_speedtestManager(std::make_shared<SpeedtestManager>()) {}
+      m_speedtestManager(std::make_shared<SpeedtestManager>()),
+      m_resolves(std::make_shared<SharedAnswers<std::vector<std::string>>>()) {}
 
 int DNSCache::init(const std::string& directory) {
     m_cacheManager->init(directory);
@@ -36,30 +69,55 @@ int DNSCache::init(const std::string& directory) {
 }
 
 std::string DNSCache::getIpByDomain(const std::string& domain) {
+    const std::vector<std::string> ips = getIpsByDomain(domain, {});
+    return ips.empty() ? "" : ips.front();
+}
+
+std::vector<std::string> DNSCache::getIpsByDomain(const std::string& domain,
+                                                  const ResolvePatience& patience) {
+    std::vector<std::string> ips;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         const auto chosen = m_ipMap.find(domain);
         if (chosen != m_ipMap.end()) {
-            return chosen->second;
+            ips = chosen->second;
         }
     }
-    if (domain.empty() || platform::isInetAddress(domain)) {
-        return domain;
+    if (ips.empty() && (domain.empty() || platform::isInetAddress(domain))) {
+        return {domain};
     }
+    if (ips.empty()) {
+        ips = answerOf(m_resolves->of(
+                           domain, [this, domain] { return resolve(domain); }, runAside),
+                       patience);
+    }
+    if (!m_allAddresses && ips.size() > 1) {
+        ips.resize(1);
+    }
+    return ips;
+}
+
+std::vector<std::string> DNSCache::resolve(const std::string& domain) {
     const auto model = m_queryManager->queryDomain("", domain);
-    if (!model) {
-        return "";
-    }
-    const auto usable = model->getUsableIps();
-    const auto best = std::max_element(usable.begin(), usable.end(), compareIpModel);
-    if (best == usable.end()) {
-        return "";
-    }
-    if (!(*best)->ip.empty()) {
+    auto ips = model ? inOrderOfChoice(*model) : std::vector<std::string>();
+    if (!ips.empty() && !ips.front().empty()) {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_ipMap[domain] = (*best)->ip;
+        m_ipMap[domain] = ips;
     }
-    return (*best)->ip;
+    return ips;
+}
+
+std::vector<std::string> DNSCache::inOrderOfChoice(const DomainModel& model) const {
+    auto usable = model.getUsableIps();
+    const bool judged = m_allAddresses;
+    usable.sort([judged](const auto& a, const auto& b) {
+        return judged && a->hasFailedLast() != b->hasFailedLast() ? b->hasFailedLast() : compareIpModel(b, a);
+    });
+    std::vector<std::string> ips;
+    for (const auto& each : usable) {
+        ips.push_back(each->ip);
+    }
+    return ips;
 }
 
 void DNSCache::notifySuccessIpByDomain(const std::string& domain, const std::string& ip) {
@@ -67,7 +125,8 @@ void DNSCache::notifySuccessIpByDomain(const std::string& domain, const std::str
         const std::lock_guard<std::mutex> lock(m_mutex);
         const auto chosen = m_ipMap.find(domain);
         if (chosen != m_ipMap.end()) {
-            chosen->second = ip;
+            remove(chosen->second, ip);
+            chosen->second.insert(chosen->second.begin(), ip);
         }
     }
     m_cacheManager->setDomainSuccess(domain, ip);
@@ -79,6 +138,23 @@ void DNSCache::notifyFailureIpByDomain(const std::string& domain, const std::str
         m_ipMap.erase(domain);
     }
     m_cacheManager->setDomainFailure(domain, ip, code);
+}
+
+void DNSCache::notifyFailureOfAddress(const std::string& domain, const std::string& ip, int code) {
+    bool hasOthers = false;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto chosen = m_ipMap.find(domain);
+        if (chosen != m_ipMap.end()) {
+            remove(chosen->second, ip);
+            hasOthers = !chosen->second.empty();
+        }
+    }
+    if (hasOthers) {
+        m_cacheManager->setAddressFailure(domain, ip);
+    } else {
+        notifyFailureIpByDomain(domain, ip, code);
+    }
 }
 
 void DNSCache::preLoadDomains(const std::list<std::string>& domains) {
@@ -111,7 +187,6 @@ std::shared_ptr<DomainModel> DNSCache::getHttpDnsData(const std::string& domain)
     return model;
 }
 
-// The best address is the maximum; among equals the earliest, which std::max_element gives.
 bool DNSCache::compareIpModel(const std::shared_ptr<IpModel>& a, const std::shared_ptr<IpModel>& b) {
     return a->grade < b->grade;
 }

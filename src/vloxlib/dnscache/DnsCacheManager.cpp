@@ -86,6 +86,9 @@ void DnsCacheManager::readIps(const std::string& ip, const std::string& sp, cons
 
 bool DnsCacheManager::replaceDnsCache(std::shared_ptr<DomainModel> model) {
     const Poco::Mutex::ScopedLock lock(m_mutex);
+    if (!model) {
+        return false;
+    }
     m_file->begin();
     std::shared_ptr<DomainModel> known;
     readDomain(model->sp, model->domain, known);
@@ -129,6 +132,14 @@ int DnsCacheManager::clear() {
 }
 
 void DnsCacheManager::setDomainSuccess(const std::string& domain, const std::string& ip) {
+    updateDomainRecord(domain, ip, true);
+}
+
+void DnsCacheManager::setAddressFailure(const std::string& domain, const std::string& ip) {
+    updateDomainRecord(domain, ip, false);
+}
+
+void DnsCacheManager::updateDomainRecord(const std::string& domain, const std::string& ip, bool success) {
     const Poco::Mutex::ScopedLock lock(m_mutex);
     if (domain.empty() || ip.empty()) {
         log(DNSCACHE_TRACE_WARNING, "param is null");
@@ -143,8 +154,8 @@ void DnsCacheManager::setDomainSuccess(const std::string& domain, const std::str
         if (ipModel->ip != ip || ipModel->domain != domain) {
             continue;
         }
-        ++ipModel->successNum;
-        ipModel->finallySuccessTime = std::time(nullptr);
+        ++(success ? ipModel->successNum : ipModel->errNum);
+        (success ? ipModel->finallySuccessTime : ipModel->finallyFailTime) = std::time(nullptr);
         if (!m_file->updateIp(*ipModel)) {
             log(DNSCACHE_TRACE_ERROR, "updateDomainRecord error.");
         }

@@ -29,12 +29,14 @@ public:
     void setDomainSuccess(const std::string& domain, const std::string& ip) override;
     void deleteDomain(const std::string& domain) override;
     void setDomainFailure(const std::string& domain, const std::string& ip, int code) override;
+    void setAddressFailure(const std::string& domain, const std::string& ip) override;
 
 private:
     bool readDomain(const std::string& sp, const std::string& domain, std::shared_ptr<DomainModel>& model);
     void readIps(const std::string& ip, const std::string& sp, const std::string& domain,
                  std::list<std::shared_ptr<IpModel>>& list);
     bool storeIp(const IpModel& model);
+    void updateDomainRecord(const std::string& domain, const std::string& ip, bool success);
 
     Poco::Mutex m_mutex;  // held for the whole of each operation
     std::unique_ptr<DnsCacheFile> m_file;

@@ -4,18 +4,26 @@
 #include "vloxlib/dnscache/HttpDnsPack.h"
 #include "vloxlib/dnscache/InactiveDnsProviders.h"
 #include "vloxlib/dnscache/PocoLocalDns.h"
+#include "vloxlib/dnscache/SharedAnswers.h"
 
 namespace vloxlib {
 
 DnsManager::DnsManager()
     : m_providers{std::make_shared<LocalDns>(),       std::make_shared<CaresDns>(),
                   std::make_shared<TencentHttpDns>(), std::make_shared<DNSPodHttpDns>(),
-                  std::make_shared<AliyunHttpDns>(),  std::make_shared<PocoLocalDns>()} {
+                  std::make_shared<AliyunHttpDns>(),  std::make_shared<PocoLocalDns>()},
+      m_walks(std::make_shared<SharedAnswers<std::shared_ptr<HttpDnsPack>>>()) {
     m_providers.sort([](const auto& a, const auto& b) { return a->getPriority() > b->getPriority(); });
 }
 
 std::shared_ptr<HttpDnsPack> DnsManager::requestDns(std::string domain) {
-    const Poco::FastMutex::ScopedLock lock(m_mutex);
+    return m_walks
+        ->of(
+            domain, [this, domain] { return walk(domain); }, [](const auto& task) { task(); })
+        .get();
+}
+
+std::shared_ptr<HttpDnsPack> DnsManager::walk(const std::string& domain) {
     for (const auto& provider : m_providers) {
         if (!provider->isActivated()) {
             continue;

@@ -8,10 +8,13 @@
 namespace vloxlib {
 
 class IDnsProvider;
+template <class Answer>
+class SharedAnswers;
 
 /// @brief Walks the providers; the first activated one that gives a pack wins.
 ///
-/// Threads: from any thread, but one walk at a time: a slow provider stalls all other resolves.
+/// Threads: from any thread. Those who ask for the same domain at the same time share one walk; walks for
+/// different domains don't wait for each other.
 class VLOX_API DnsManager : public IDns {
 public:
     DnsManager();
@@ -21,9 +24,12 @@ public:
     void clearDebugInfo() override;
 
 private:
+    std::shared_ptr<HttpDnsPack> walk(const std::string& domain);
+
     std::list<std::shared_ptr<IDnsProvider>> m_providers;  // in the order of the walk
     std::list<std::string> m_debugInfo;                    // guarded by m_mutex
-    Poco::FastMutex m_mutex;                               // held for a whole walk
+    Poco::FastMutex m_mutex;
+    const std::shared_ptr<SharedAnswers<std::shared_ptr<HttpDnsPack>>> m_walks;
 };
 
 }  // namespace vloxlib

@@ -33,6 +33,11 @@ public:
     virtual void deleteDomain(const std::string& domain) = 0;
     /// One failed address makes the whole domain forgotten. Neither `ip` nor `code` is looked at.
     virtual void setDomainFailure(const std::string& domain, const std::string& ip, int code) = 0;
+    /// Counts a failure of an address of a domain, which keeps its addresses. A cache that doesn't tell
+    /// addresses apart forgets the domain.
+    virtual void setAddressFailure(const std::string& domain, const std::string& ip) {
+        setDomainFailure(domain, ip, 0);
+    }
 };
 
 }  // namespace vloxlib

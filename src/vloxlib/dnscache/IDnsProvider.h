@@ -9,7 +9,8 @@ namespace vloxlib {
 
 class HttpDnsPack;
 
-/// A source of addresses: turns a host name into a pack. Asked by one thread at a time.
+/// A source of addresses: turns a host name into a pack. Asked by several threads at a time, for
+/// different names.
 class VLOX_API IDnsProvider : public Noncopyable {
 public:
     virtual std::shared_ptr<HttpDnsPack> requestDns(std::string domain) = 0;  ///< @return empty: no answer

@@ -14,6 +14,8 @@ public:
     static constexpr int64 UNUSABLE_ROUNDTRIP_TIME = 9999;
 
     bool isUsable() const { return roundtripTime < UNUSABLE_ROUNDTRIP_TIME; }
+    /// @return whether what is known last of the address is a failure
+    bool hasFailedLast() const { return finallyFailTime != 0 && finallyFailTime >= finallySuccessTime; }
 
     int id = -1;                   ///< row id; -1 until stored
     std::string domain;            ///< host name
