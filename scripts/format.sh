@@ -9,7 +9,7 @@ case ${1:-} in
 *) vlox_refuse "unknown option '$1': --check or nothing" ;;
 esac
 
-vlox_setup
+vlox_setup git clang-format
 mapfile -t files < <(git ls-files --cached --others --exclude-standard '*.h' '*.cpp')
 ((${#files[@]})) || vlox_refuse "no sources found"
 clang-format "${mode[@]}" "${files[@]}"

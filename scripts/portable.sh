@@ -3,8 +3,7 @@
 # added. What stands in an #if for such a compiler, with something else for the others, doesn't count.
 set -euo pipefail
 source "$(dirname "$0")/setup.sh"
-vlox_packages+=(unifdef)
-vlox_setup
+vlox_setup git g++ unifdef
 
 # What other compilers don't define.
 gcc_only=(-U__GNUC__ -U__clang__ -U__MINGW32__ -U__SIZEOF_INT128__ -UVLOX_SM9_X86_64)

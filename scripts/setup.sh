@@ -1,5 +1,5 @@
 # Set-up that the other scripts share; to be sourced, in bash, from anywhere.
-# It changes into the root of the checkout and gives: vlox_setup, vlox_build <preset> [targets...].
+# It changes into the root of the checkout and gives: vlox_setup [packages...], vlox_build <preset> [targets...].
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
 
@@ -17,11 +17,12 @@ vlox_refuse() {
     exit 2
 }
 
-# Installs what is missing; without the right to do so it names the packages and stops.
+# Installs what is missing of the given packages, or of all; without the right to do so it names them and stops.
 vlox_setup() {
     local missing=() package
-    for package in "${vlox_packages[@]}"; do
-        [[ $(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null) == installed ]] || missing+=("$package")
+    (($#)) || set -- "${vlox_packages[@]}"
+    for package; do  # a line for each architecture that it is there for
+        dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -x installed >/dev/null || missing+=("$package")
     done
     ((${#missing[@]})) || return 0
     if [[ $(id -u) -ne 0 ]]; then
