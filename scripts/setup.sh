@@ -8,7 +8,7 @@ vlox_packages=(
     g++ cmake ninja-build pkg-config
     libspdlog-dev libfmt-dev libpoco-dev libcurl4-openssl-dev libssl-dev libsqlite3-dev rapidjson-dev
     libgtest-dev libgmock-dev libbenchmark-dev
-    ca-certificates openssl jq bsdextrautils git clang-format valgrind
+    ca-certificates openssl jq curl python3 bsdextrautils git clang-format valgrind
 )
 
 # One line and exit code 2: what was asked for can't be done as it was asked.
