@@ -111,6 +111,36 @@ TEST_F(HttpHelperTest, WithEncryptionTheKeyGoesAlong) {
         vlox_test::IsOfPattern("appId=app&cryptoAlg=[^&]+&params=[^&]+(&secretKey=[^&]+)?&version=1"));
 }
 
+TEST_F(HttpHelperTest, WithoutASessionKeyNothingIsSent) {
+    const LogCapture log;
+    const RawHttpServer server(RawHttpServer::ok(R"({"code":"0"})"));
+    for (const int policy : {ASYM_SM2, ASYM_SM9}) {
+        for (const int method : {HTTP_METHOD_GET, HTTP_METHOD_POST, HTTP_METHOD_PUT, HTTP_METHOD_DELETE}) {
+            config->setConfig(CONFIG_ENCRYPT_POLICY, policy);
+            config->setConfig(CONFIG_ENCRYPT_PUBKEY, "AAAA");
+            config->setConfig(CONFIG_ENCRYPT_PARAM_PATH, dataDir.path() + "/missing");
+            bridge->unInitial();
+            ASSERT_EQ(-1, bridge->initial());
+            EXPECT_EQ("", helper->doSyncHttpRequest(static_cast<HTTPMethod>(method), HTTP_BUSINESS_AS,
+                                                    server.url(), "{}"));
+        }
+    }
+    EXPECT_EQ(8, log.count("E", "nothing is sent without a session key"));
+    EXPECT_TRUE(server.requests().empty());
+
+    const RawHttpServer sender(RawHttpServer::ok(
+        R"({"code":10016,"data":")" +
+        Base64::encode(R"({"otherZonePublicKey":"AAAA","otherZoneIbcPubParam":"",)"
+                       R"("otherZoneAsymmetricCryptoType":2,"otherZoneHttpPublicAddress":")" +
+                       server.url("") + "\"}") +
+        "\"}"));
+    config->setConfig(CONFIG_ENCRYPT_POLICY, ASYM_NONE);
+    bridge->unInitial();
+    ASSERT_EQ(0, bridge->initial());
+    EXPECT_THAT(post(sender.url()), HasSubstr(R"("returnCode":-829,"returnCode":-104)"));
+    EXPECT_TRUE(server.requests().empty()) << "nor to another zone";
+}
+
 TEST_F(HttpHelperTest, TheHeaderIsLeftOutWhereItIsNotWanted) {
     config->setConfig(CONFIG_REQUEST_ENVELOPE_MODE, 0);
     const RawHttpServer server(RawHttpServer::ok(R"({"code":"0"})"));

@@ -57,7 +57,9 @@ Outcome Download::fetch(int64 offset) {
     JsonObject params;
     params.add(FIELD_FILE_ID, m_task.url);
     HttpClient client;
-    m_service.prepare(client, URL_FILE_DOWNLOAD, params);
+    if (!m_service.prepare(client, URL_FILE_DOWNLOAD, params)) {
+        return judge({FileService::kNotSent, {}}, m_transfers);
+    }
     // setDownloadFile() takes `long`, which has 32 bits on some systems; a header that is there stays.
     client.addHeader("Range", "bytes=" + std::to_string(offset) + "-");
     client.setDownloadFile(m_partial, offset > 0 ? kAppend : kStartAnew, static_cast<long>(offset));

@@ -13,13 +13,10 @@ using vloxlib::HttpClient;
 
 namespace {
 
-// Nothing of it: nothing was sent, and the log tells why.
-constexpr int kNotSent = -199;
-
 FileService::Reply readResult(const std::string& text) {
     const rapidjson::Document result = common::parseJson(text);
     FileService::Reply reply;
-    reply.code = common::intOf(result, PARA_RETURN_CODE, kNotSent);
+    reply.code = common::intOf(result, PARA_RETURN_CODE, FileService::kNotSent);
     reply.data = common::parseJson(common::textOf(result, PARA_DATA));
     return reply;
 }
@@ -33,7 +30,7 @@ FileService::FileService(__int64 clientId)
       m_http(vloxlib::HttpHelper::getInstance(m_user)),
       m_addresses(vloxlib::ServerAddrManager::getInstance(m_user)) {
     if (m_bridge->initial() != 0) {  // the session key, by the client's configuration
-        VLOX_LOG(4, "no session key could be made, the platform will refuse all requests");
+        VLOX_LOG(4, "no session key could be made: nothing will be sent");
     }
 }
 
@@ -50,10 +47,10 @@ FileService::Reply FileService::ask(const char* path, const JsonObject& params, 
 }
 
 // What HttpHelper does for a request of its own.
-void FileService::prepare(HttpClient& client, const char* path, JsonObject& params) const {
+bool FileService::prepare(HttpClient& client, const char* path, JsonObject& params) const {
     client.createPostRequest(url(path));
     secure(client);
-    sign(client, params.add(PARA_TOKEN, m_http->getToken()).text());
+    return sign(client, params.add(PARA_TOKEN, m_http->getToken()).text());
 }
 
 void FileService::secure(HttpClient& client) const {
@@ -66,7 +63,11 @@ void FileService::secure(HttpClient& client) const {
     client.setVerifyHost(m_http->getVerifyHost());
 }
 
-void FileService::sign(HttpClient& client, const std::string& params) const {
+bool FileService::sign(HttpClient& client, const std::string& params) const {
+    const std::string encrypted = m_http->generateHttpParam(params);
+    if (encrypted.empty()) {
+        return false;  // there is no session key
+    }
     const auto config = vloxlib::ConfigManager::getInstance(m_user.getVloxID());
     if (config->getConfig(vloxlib::CONFIG_ENCRYPT_POLICY, 0) != 0) {
         client.addParam(PARA_APP_ID, m_user.getAppID());
@@ -74,11 +75,12 @@ void FileService::sign(HttpClient& client, const std::string& params) const {
         client.addParam(PARA_SECRET_KEY, m_bridge->getSecretKeyBase64());
         client.addParam(PARA_VERSION, "1");
     }
-    client.addParam(PARA_PARAMS, m_http->generateHttpParam(params));
+    client.addParam(PARA_PARAMS, encrypted);
     const int deviceType = vloxlib::Context::getInstance()->getContext(vloxlib::CONTEXT_DEVICE_TYPE, 0);
     const std::string sender =
         JsonObject().add(PARA_DEVICE_TYPE, deviceType).add(PARA_VLOXID, m_user.getVloxID()).text();
     client.addHeader(PARA_CUSTOM_HEADER_PARAMS, m_http->generateHttpHeaderParam(sender));
+    return true;
 }
 
 FileService::Reply FileService::replyOf(HttpClient& client) const {

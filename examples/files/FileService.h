@@ -18,6 +18,9 @@ class FileService {
 public:
     explicit FileService(__int64 clientId);
 
+    /// Nothing was sent, and the log tells why.
+    static constexpr int kNotSent = -199;
+
     struct Reply {
         int code = 0;
         rapidjson::Document data;  ///< what the service says, after a failure too; null where it says nothing
@@ -29,14 +32,16 @@ public:
     Reply ask(const char* path, const common::JsonObject& params, int seconds) const;
     /// Prepares an exchange with a service; only the file is missing.
     /// @param params gains the login's token, as all requests carry it
-    void prepare(vloxlib::HttpClient& client, const char* path, common::JsonObject& params) const;
+    /// @return false without a session key: the exchange must not be made
+    [[nodiscard]] bool prepare(vloxlib::HttpClient& client, const char* path,
+                               common::JsonObject& params) const;
     /// What the service has answered to such an exchange.
     Reply replyOf(vloxlib::HttpClient& client) const;
 
 private:
     std::string url(const char* path) const;
     void secure(vloxlib::HttpClient& client) const;
-    void sign(vloxlib::HttpClient& client, const std::string& params) const;
+    bool sign(vloxlib::HttpClient& client, const std::string& params) const;
 
     const __int64 m_clientId;
     const vloxlib::UserInfo m_user;

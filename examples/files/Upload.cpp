@@ -138,7 +138,9 @@ Outcome Upload::send(const Slice& slice, Progress& progress) {
         .add(FIELD_CHUNK_OFFSET_RIGTH, slice.right)
         .add(FIELD_CHUNK_LENGTH, length);
     HttpClient client;
-    m_service.prepare(client, URL_FILE_CHUNK_UPLOAD, params);
+    if (!m_service.prepare(client, URL_FILE_CHUNK_UPLOAD, params)) {
+        return judge({FileService::kNotSent, {}}, m_transfers);
+    }
     int64 told = 0;
     client.setProgressCallback([&](int percent) {
         progress.add(length * percent / 100 - told);

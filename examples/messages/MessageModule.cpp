@@ -23,7 +23,7 @@ void MessageModule::onModuleRegistered(__int64 clientId) {
     const vloxlib::UserInfo user = VLOXBase::getUserInfo(clientId);
     m_bridge = vloxlib::EncryptBridge::getInstance(user.getVloxID());
     if (m_bridge->initial() != 0) {  // the session key, by the client's configuration
-        VLOX_LOG(4, "no session key could be made, the platform will refuse all requests");
+        VLOX_LOG(4, "no session key could be made: nothing will be sent");
     }
     m_http = vloxlib::HttpHelper::getInstance(user);
     m_queue = std::make_unique<MessageQueue>(m_storeName);

@@ -203,6 +203,9 @@ std::shared_ptr<EncryptBridge> HttpHelper::bridgeToOtherZone(const JsonValue& re
     auto bridge = generateEncryptBridge(static_cast<SYM_ENCRYPT_TYPE>(symType), zone, serverInfo);
     if (!bridge) {
         VLOX_LOG(4, "encryptBridge is null");
+    } else if (bridge->getSecretKeyBase64().empty()) {
+        VLOX_LOG(4, "no session key for the other zone");
+        bridge.reset();
     }
     return bridge;
 }
@@ -223,6 +226,10 @@ int HttpHelper::httpRequestEncryptData(const Request& request, const std::string
     creatHttpRequest(request.method, client, url);
     if (!bridge) {
         VLOX_LOG(4, "m_encrypt is not been set");
+        return 0;
+    }
+    if (encrypted.empty()) {  // not even of "{}"
+        VLOX_LOG(4, "nothing is sent without a session key");
         return 0;
     }
     for (ServiceField& field :
