@@ -250,7 +250,7 @@ TEST_F(Sm9, PointsKeepTheLawsOfAGroup) {
     EXPECT_TRUE(same(p + p.toAffine(), p.doubled()));
     EXPECT_TRUE((p + -p.toAffine()).isInfinity());
     EXPECT_TRUE(same(G1Point::infinity() + p.toAffine(), p));
-    const G1Table table(p);
+    const PointTable<Fp> table(p);
     for (std::uint64_t k = 0; k < 20; ++k) {
         for (const Word256& scalar :
              {Word256{k, 0, 0, 0}, (-Fn::fromInteger(k)).toInteger(), randomScalar()}) {

@@ -48,9 +48,9 @@ T select(std::uint64_t mask, const T& a, const T& b) {
     return chosen;
 }
 
-/// @brief table[index], with every entry read.
-template <typename T, std::size_t Count>
-T lookUp(const std::array<T, Count>& table, std::uint64_t index) {
+/// @brief table[index], with each of the Count entries read.
+template <std::size_t Count, typename T>
+T lookUp(const T* table, std::uint64_t index) {
     constexpr std::size_t kWords = sizeof(T) / sizeof(std::uint64_t);
     static_assert(std::is_trivially_copyable_v<T> && sizeof(T) % sizeof(std::uint64_t) == 0, "made of words");
     std::array<std::uint64_t, kWords> chosen{};
@@ -69,6 +69,13 @@ T lookUp(const std::array<T, Count>& table, std::uint64_t index) {
     return entry;
 }
 
+/// @brief k, or n - k for an even k, which negated (all ones or zero) tells; n is odd.
+inline Word256 oddForm(const Word256& k, const Modulus& n, std::uint64_t& negated) {
+    std::uint64_t borrow = 0;
+    negated = maskFromBit((k[0] & 1) ^ 1);
+    return select(negated, subtract(n.value, k, borrow), k);
+}
+
 /// @brief A scalar k mod n as sum of d_i 16^i with odd d_i in -15..15, so that no step of a multiplication is
 /// left out.
 ///
@@ -79,14 +86,7 @@ public:
     static constexpr std::size_t kCount = 64;
     static constexpr std::size_t kTableSize = 8;  ///< entries 1, 3, .. 15 of what is multiplied
 
-    explicit SignedDigits(const Word256& k) {
-        std::uint64_t borrow = 0;
-        m_negated = maskFromBit((k[0] & 1) ^ 1);
-        m_odd = sm9::select(m_negated, subtract(GroupOrder::kModulus.value, k, borrow), k);
-    }
-    ~SignedDigits() { OPENSSL_cleanse(m_odd.data(), sizeof m_odd); }
-    SignedDigits(const SignedDigits&) = delete;
-    SignedDigits& operator=(const SignedDigits&) = delete;
+    SignedDigits(const Word256& k, const Modulus& n) : m_odd(oddForm(k, n, m_negated)) {}
 
     /// @brief The entry of the table for |d_i|.
     std::uint64_t index(std::size_t i) const { return ((fiveBits(i) ^ (negative(i) & 15)) >> 1) & 7; }
@@ -108,9 +108,76 @@ private:
         }
         return (bits & 31) | 1;
     }
-    Word256 m_odd;
     std::uint64_t m_negated;
+    Word256 m_odd;  // below m_negated: its initialiser writes it
 };
+
+/// @brief A scalar k mod n as sum of s_i 2^i with s_i = 1 or -1, read as a comb, for what is multiplied
+/// often.
+///
+/// The 260 signs are read in columns of five, 52 places apart. Column 13 b + c is worth 2^c times a sum of
+/// the five points 2^(52 t + 13 b) P with their signs, t in 0..4. Such sums stand in four tables (b), each of
+/// 16 entries: those in which the highest point has a plus. So 13 rounds of a doubling and four additions do.
+class CombDigits {
+public:
+    static constexpr std::size_t kTeeth = 5;
+    static constexpr std::size_t kTables = 4;
+    static constexpr std::size_t kRounds = 13;
+    static constexpr std::size_t kTableSize = std::size_t{1} << (kTeeth - 1);
+    static constexpr std::size_t kEntries = kTables * kTableSize;
+
+    CombDigits(const Word256& k, const Modulus& n) {
+        const Word256 odd = oddForm(k, n, m_negated);
+        // for an odd number s_i = 2 (bit i + 1) - 1, and the highest sign is a plus
+        for (std::size_t i = 0; i < 4; ++i) m_signs[i] = (odd[i] >> 1) | (i < 3 ? odd[i + 1] << 63 : 0);
+        m_signs[4] = std::uint64_t{1} << ((kTeeth * kTables * kRounds - 1) % 64);
+    }
+
+    /// @brief The entry of the table for a column, up to its sign.
+    std::uint64_t index(std::size_t table, std::size_t round) const {
+        const std::uint64_t flip = negative(table, round);
+        std::uint64_t bits = 0;
+        for (std::size_t tooth = 0; tooth + 1 < kTeeth; ++tooth) bits |= plus(tooth, table, round) << tooth;
+        return (bits ^ flip) & (kTableSize - 1);
+    }
+    /// @brief All ones where the entry has to be negated.
+    std::uint64_t negative(std::size_t table, std::size_t round) const {
+        return maskFromBit(plus(kTeeth - 1, table, round) ^ 1);
+    }
+    /// @brief All ones where the result has to be negated.
+    std::uint64_t negated() const { return m_negated; }
+
+private:
+    std::uint64_t plus(std::size_t tooth, std::size_t table, std::size_t round) const {
+        const std::size_t place = (tooth * kTables + table) * kRounds + round;
+        return (m_signs[place / 64] >> (place % 64)) & 1;
+    }
+    std::uint64_t m_negated = 0;
+    std::array<std::uint64_t, 5> m_signs{};
+};
+
+/// @brief Fills the four tables of a comb, one behind the other. Elements are added, subtracted and doubled.
+template <typename Element, typename Entries>
+constexpr void fillComb(const Element& base, Entries& entries) {
+    constexpr std::size_t kTop = CombDigits::kTeeth - 1;
+    std::array<Element, CombDigits::kTeeth * CombDigits::kTables> points{base};  // 2^(13 i) times the base
+    for (std::size_t i = 1; i < points.size(); ++i) {
+        points[i] = points[i - 1];
+        for (std::size_t round = 0; round < CombDigits::kRounds; ++round) points[i] = points[i].doubled();
+    }
+    for (std::size_t table = 0; table < CombDigits::kTables; ++table) {
+        const std::size_t first = table * CombDigits::kTableSize;
+        entries[first] = points[kTop * CombDigits::kTables + table];
+        for (std::size_t tooth = 0; tooth < kTop; ++tooth) {
+            entries[first] = entries[first] - points[tooth * CombDigits::kTables + table];
+        }
+        for (std::size_t tooth = 0; tooth < kTop; ++tooth) {  // a minus becomes a plus
+            const Element twice = points[tooth * CombDigits::kTables + table].doubled();
+            const std::size_t half = std::size_t{1} << tooth;
+            for (std::size_t i = 0; i < half; ++i) entries[first + half + i] = entries[first + i] + twice;
+        }
+    }
+}
 
 }  // namespace vloxlib::sm9
 

@@ -7,13 +7,10 @@
 #ifndef QUILCRYPTO_SM9_CURVE_H
 #define QUILCRYPTO_SM9_CURVE_H
 
-#include <quilcrypto/sm9/ConstantTime.h>
+#include <quilcrypto/sm9/Point.h>
 #include <quilcrypto/sm9/Tower.h>
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 
 namespace vloxlib::sm9 {
@@ -22,49 +19,38 @@ inline Fp curveB(const Fp*) { return Fp::fromInteger(5); }
 inline Fp2 curveB(const Fp2*) { return Fp2{Fp::fromInteger(5), Fp()}.timesU(); }
 
 // 3b times a coordinate
-inline Fp times3b(const Fp& a) { return a.doubled().doubled().doubled().doubled() - a; }
+constexpr Fp times3b(const Fp& a) { return a.doubled().doubled().doubled().doubled() - a; }
 inline Fp2 times3b(const Fp2& a) { return Fp2{times3b(a.c0), times3b(a.c1)}.timesU(); }
 
-/// @brief A point that isn't the one at infinity.
+/// @brief y^2 = x^3 + b.
 template <typename F>
-struct AffinePoint {
-    F x;
-    F y;
-
-    bool isOnCurve() const { return y.square() == x.square() * x + curveB(static_cast<const F*>(nullptr)); }
-    AffinePoint operator-() const { return {x, -y}; }
+struct CurveOver {
+    static constexpr const Modulus& order() { return GroupOrder::kModulus; }
+    static bool contains(const AffinePoint<F>& p) {
+        return p.y.square() == p.x.square() * p.x + curveB(static_cast<const F*>(nullptr));
+    }
+    // X3 = xy (yy - 3b zz) - 3b yz xz
+    // Y3 = (yy - 3b zz)(yy + 3b zz) + 9b xx xz
+    // Z3 = yz (yy + 3b zz) + 3 xx xy
+    static constexpr Point<F> sum(const Products<F>& p) {
+        const F threeXx = p.xx.doubled() + p.xx;
+        const F bzz = times3b(p.zz);
+        const F bxz = times3b(p.xz);
+        const F minus = p.yy - bzz;
+        const F plus = p.yy + bzz;
+        return {p.xy * minus - p.yz * bxz, minus * plus + threeXx * bxz, p.yz * plus + threeXx * p.xy};
+    }
+    // X3 = 2 X Y (Y^2 - 9b Z^2)
+    // Y3 = (Y^2 - 9b Z^2)(Y^2 + 3b Z^2) + 24b Y^2 Z^2
+    // Z3 = 8 Y^3 Z
+    static constexpr Point<F> doubled(const Point<F>& p) {
+        const F yy = p.y.square();
+        const F eightYy = yy.doubled().doubled().doubled();
+        const F bzz = times3b(p.z.square());
+        const F low = yy - (bzz.doubled() + bzz);
+        return {(low * (p.x * p.y)).doubled(), low * (yy + bzz) + bzz * eightYy, eightYy * (p.y * p.z)};
+    }
 };
-
-/// @brief A point in homogeneous coordinates: (X/Z, Y/Z), infinity where Z = 0.
-///
-/// The formulas are those of Renes, Costello and Batina for y^2 = x^3 + b. They are complete (both groups of
-/// points have odd order): the same steps, without a case, for equal points, opposite ones and infinity.
-template <typename F>
-struct Point {
-    F x;
-    F y;
-    F z;
-
-    static Point infinity();
-    static Point from(const AffinePoint<F>& p);
-
-    bool isInfinity() const { return z.isZero(); }
-    Point operator-() const { return {x, -y, z}; }
-    Point doubled() const;
-    AffinePoint<F> toAffine() const;  ///< not for infinity
-};
-
-template <typename F>
-Point<F> operator+(const Point<F>& a, const Point<F>& b);
-template <typename F>
-Point<F> operator+(const Point<F>& a, const AffinePoint<F>& b);
-
-/// @brief [k]P for a secret k: fixed windows of four bits, every entry of the table read for each. P may be
-/// public.
-///
-/// For even k, [n-k](-P) is computed: the same for a P of order n.
-template <typename F>
-Point<F> multiply(const Word256& k, const Point<F>& p);
 
 using G1Affine = AffinePoint<Fp>;
 using G2Affine = AffinePoint<Fp2>;
@@ -84,20 +70,10 @@ void write(const G1Affine& p, std::uint8_t* bytes);
 std::optional<G2Affine> readG2(const std::uint8_t* bytes);
 void write(const G2Affine& p, std::uint8_t* bytes);
 
-/// @brief Multiples d 16^i P, for odd d in 1..15 and i in 0..63, of a point that is multiplied often.
-class G1Table {
-public:
-    explicit G1Table(const G1Point& p);  ///< p isn't infinity
-    /// @brief [k]P for a secret k, 64 additions.
-    G1Point multiply(const Word256& k) const;
-
-private:
-    using Row = std::array<G1Affine, SignedDigits::kTableSize>;
-    std::array<Row, SignedDigits::kCount> m_rows;
-};
-
-/// @brief The table of the generator P1, made at first use and kept.
-const G1Table& tableOfP1();
+/// @brief The table of the generator P1, made by the compiler.
+const PointTable<Fp>& tableOfP1();
+/// @brief The table of the generator P2, which only a key centre needs: made at first use and kept.
+const PointTable<Fp2>& tableOfP2();
 
 }  // namespace vloxlib::sm9
 

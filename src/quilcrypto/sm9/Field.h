@@ -1,5 +1,6 @@
 /// @file
-/// @brief The prime fields of SM9 (GM/T 0044.5-2016, parameters): F_p under the curve and Z_n of the scalars.
+/// @brief Prime fields of 256 bits, and those of SM9 (GM/T 0044.5-2016, parameters): F_p under the curve and
+/// Z_n of the scalars.
 #ifndef QUILCRYPTO_SM9_FIELD_H
 #define QUILCRYPTO_SM9_FIELD_H
 
@@ -7,7 +8,6 @@
 #include <quilcrypto/sm9/Word256.h>
 
 #include <optional>
-#include <vector>
 
 namespace vloxlib::sm9 {
 
@@ -37,8 +37,8 @@ public:
 
     static constexpr Residue one() { return Residue(modulus().r); }
     /// @brief Any integer of 256 bits, reduced.
-    static Residue fromInteger(const Word256& a) { return product(a, modulus().rSquared); }
-    static Residue fromInteger(std::uint64_t a) { return fromInteger(Word256{a, 0, 0, 0}); }
+    static constexpr Residue fromInteger(const Word256& a) { return product(a, modulus().rSquared); }
+    static constexpr Residue fromInteger(std::uint64_t a) { return fromInteger(Word256{a, 0, 0, 0}); }
     /// @brief Reads 32 bytes, big-endian. @return nothing for a number that isn't below the prime.
     static std::optional<Residue> fromBytes(const std::uint8_t* bytes) {
         const Word256 a = fromBigEndian(bytes);
@@ -48,19 +48,23 @@ public:
     Word256 toInteger() const { return product(m_words, Word256{1, 0, 0, 0}).m_words; }
     void toBytes(std::uint8_t* bytes) const { toBigEndian(toInteger(), bytes); }
 
-    friend Residue operator+(const Residue& a, const Residue& b) {
-        return Residue(addMod(a.m_words, b.m_words, modulus()));
+    friend constexpr Residue operator+(const Residue& a, const Residue& b) {
+        return Residue(isConstantEvaluated() ? addModPortable(a.m_words, b.m_words, modulus().value)
+                                             : addMod(a.m_words, b.m_words, modulus()));
     }
-    friend Residue operator-(const Residue& a, const Residue& b) {
-        return Residue(subtractMod(a.m_words, b.m_words, modulus()));
+    friend constexpr Residue operator-(const Residue& a, const Residue& b) {
+        return Residue(isConstantEvaluated() ? subtractModPortable(a.m_words, b.m_words, modulus().value)
+                                             : subtractMod(a.m_words, b.m_words, modulus()));
     }
-    friend Residue operator*(const Residue& a, const Residue& b) { return product(a.m_words, b.m_words); }
-    Residue operator-() const { return Residue() - *this; }
-    Residue doubled() const { return *this + *this; }
-    Residue square() const { return *this * *this; }
+    friend constexpr Residue operator*(const Residue& a, const Residue& b) {
+        return product(a.m_words, b.m_words);
+    }
+    constexpr Residue operator-() const { return Residue() - *this; }
+    constexpr Residue doubled() const { return *this + *this; }
+    constexpr Residue square() const { return *this * *this; }
 
     /// @brief The power, constant time in the base; the exponent is public.
-    Residue power(const Word256& exponent) const {
+    constexpr Residue power(const Word256& exponent) const {
         std::array<Residue, 16> powers{one()};
         for (std::size_t i = 1; i < powers.size(); ++i) powers[i] = powers[i - 1] * *this;
         Residue result = one();
@@ -71,52 +75,60 @@ public:
         return result;
     }
     /// @brief The inverse, and zero for zero.
-    Residue inverse() const {
-        static const Word256 start = inverseStart();
-        return Residue(inverseBySteps(start, m_words, modulus()));
+    constexpr Residue inverse() const {
+        return isConstantEvaluated() ? power(modulusMinusTwo()) : inverseBySteps();
     }
 
-    bool isZero() const { return sm9::isZero(m_words); }
+    constexpr bool isZero() const { return sm9::isZero(m_words); }
     friend bool operator==(const Residue& a, const Residue& b) { return a.m_words == b.m_words; }
     friend bool operator!=(const Residue& a, const Residue& b) { return !(a == b); }
 
     static constexpr const Modulus& modulus() { return Prime::kModulus; }
 
 private:
+    static constexpr Word256 modulusMinusTwo() {
+        std::uint64_t borrow = 0;
+        return subtract(modulus().value, Word256{2, 0, 0, 0}, borrow);
+    }
+    Residue inverseBySteps() const {
+        static const Word256 start = inverseStart();
+        return Residue(sm9::inverseBySteps(start, m_words, modulus()));
+    }
     // The steps give start (a R)^-1 (2^62 R^-1)^10, and a^-1 R is wanted.
     static Word256 inverseStart() {
         const Residue r = fromInteger(modulus().r);
-        std::uint64_t borrow = 0;
-        const Word256 minusTwo = subtract(modulus().value, Word256{2, 0, 0, 0}, borrow);
         const Residue perBatch =
-            r * fromInteger(1ULL << kStepsPerBatch).power(minusTwo);  // R 2^-62, by Fermat
+            r * fromInteger(1ULL << kStepsPerBatch).power(modulusMinusTwo());  // R 2^-62, by Fermat
         return (r * perBatch.power(Word256{kBatches, 0, 0, 0})).m_words;
     }
     struct Unset {};
     explicit Residue(Unset) {}  // NOLINT(cppcoreguidelines-pro-type-member-init): about to be written
-    static Residue product(const Word256& a, const Word256& b) {
+    static Residue productAtRunTime(const Word256& a, const Word256& b) {
         Residue result{Unset()};
         montgomeryProduct(result.m_words, a, b, modulus());
         return result;
+    }
+    static constexpr Residue product(const Word256& a, const Word256& b) {
+        return isConstantEvaluated() ? Residue(montgomeryProductPortable(a, b, modulus()))
+                                     : productAtRunTime(a, b);
     }
     explicit constexpr Residue(const Word256& words) : m_words(words) {}
     Word256 m_words;
 };
 
-/// @brief Inverts all elements, none of them zero, with one inversion and three products for each
-/// (Montgomery's trick).
-template <typename F>
-void invertAll(std::vector<F>& elements) {
-    std::vector<F> before;  // the product of all elements in front
-    before.reserve(elements.size());
-    F product = F::one();
-    for (const F& element : elements) {
-        before.push_back(product);
-        product = product * element;
+/// @brief Inverts all elements of an array or a vector, none of them zero, with one inversion and three
+/// products for each (Montgomery's trick).
+template <typename Elements>
+constexpr void invertAll(Elements& elements) {
+    Elements before = elements;  // the product of all elements in front
+    auto product = Elements::value_type::one();
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        before[i] = product;
+        product = product * elements[i];
     }
-    F inverse = product.inverse();
+    auto inverse = product.inverse();
     for (std::size_t i = elements.size(); i-- > 0;) {
-        const F next = inverse * elements[i];
+        const auto next = inverse * elements[i];
         elements[i] = inverse * before[i];
         inverse = next;
     }

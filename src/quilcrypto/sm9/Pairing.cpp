@@ -137,33 +137,41 @@ Fp12 pairing(const G1Point& p, const PreparedG2& q) {
     return finalPowerHardPart(finalPowerEasyPart(millerLoop(p, q)));
 }
 
+namespace {
+
+// GT written with plus and minus, as the comb wants it.
+struct Power {
+    Fp12 value;
+
+    Power doubled() const { return {value.cyclotomicSquare()}; }
+};
+Power operator+(const Power& a, const Power& b) { return {a.value * b.value}; }
+Power operator-(const Power& a, const Power& b) { return {a.value * b.value.conjugate()}; }
+
+}  // namespace
+
 GtTable::GtTable(const Fp12& g) {
-    std::vector<Fp6> tops;     // 1 + c0
-    std::vector<Fp6> bottoms;  // c1, to be inverted together
-    Fp12 base = g;
-    for (std::size_t i = 0; i < m_rows.size(); ++i) {
-        const Fp12 square = base.cyclotomicSquare();
-        Fp12 multiple = base;
-        for (std::size_t j = 0; j < SignedDigits::kTableSize; ++j) {
-            tops.push_back(Fp6::one() + multiple.c0);
-            bottoms.push_back(multiple.c1);
-            multiple = multiple * square;
-        }
-        base = square.cyclotomicSquare().cyclotomicSquare().cyclotomicSquare();
-    }
+    std::vector<Power> powers(m_entries.size());
+    fillComb(Power{g}, powers);
+    std::vector<Fp6> bottoms(m_entries.size());  // c1, to be inverted together
+    for (std::size_t i = 0; i < powers.size(); ++i) bottoms[i] = powers[i].value.c1;
     invertAll(bottoms);
-    for (std::size_t i = 0; i < tops.size(); ++i) {
-        m_rows[i / SignedDigits::kTableSize][i % SignedDigits::kTableSize] = tops[i] * bottoms[i];
+    for (std::size_t i = 0; i < powers.size(); ++i) {
+        m_entries[i] = (Fp6::one() + powers[i].value.c0) * bottoms[i];
     }
 }
 
 Fp12 GtTable::power(const Word256& k) const {
-    const SignedDigits digits(k);
+    const CombDigits digits(k, GroupOrder::kModulus);
     Fp12 product = Fp12::one();
-    for (std::size_t i = 0; i < m_rows.size(); ++i) {
-        Fp6 a = lookUp(m_rows[i], digits.index(i));
-        a = select(digits.negative(i), -a, a);
-        product = {product.c0 * a + product.c1.timesS(), product.c0 + product.c1 * a};
+    for (std::size_t round = CombDigits::kRounds; round-- > 0;) {
+        if (round + 1 != CombDigits::kRounds) product = product.square();
+        for (std::size_t table = 0; table < CombDigits::kTables; ++table) {
+            Fp6 a = lookUp<CombDigits::kTableSize>(&m_entries[table * CombDigits::kTableSize],
+                                                   digits.index(table, round));
+            a = select(digits.negative(table, round), -a, a);
+            product = {product.c0 * a + product.c1.timesS(), product.c0 + product.c1 * a};
+        }
     }
     product.c1 = select(digits.negated(), -product.c1, product.c1);
     return product * product.conjugate().inverse();

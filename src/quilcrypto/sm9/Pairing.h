@@ -56,8 +56,7 @@ public:
     Fp12 power(const Word256& k) const;
 
 private:
-    using Row = std::array<Fp6, SignedDigits::kTableSize>;
-    std::array<Row, SignedDigits::kCount> m_rows;  // a of g^(d 16^i), odd d in 1..15
+    std::array<Fp6, CombDigits::kEntries> m_entries;  // of a comb, each power by its a
 };
 
 }  // namespace vloxlib::sm9

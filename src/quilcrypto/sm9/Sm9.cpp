@@ -114,9 +114,9 @@ private:
     struct Tables {
         Tables(const G1Point& ppub, const Fn& h) : ofG(pairing(ppub, preparedP2())) {
             const G1Point q = tableOfP1().multiply(h.toInteger()) + ppub;
-            if (!q.isInfinity()) ofQ = std::make_unique<G1Table>(q);
+            if (!q.isInfinity()) ofQ = std::make_unique<PointTable<Fp>>(q);
         }
-        std::unique_ptr<G1Table> ofQ;
+        std::unique_ptr<PointTable<Fp>> ofQ;
         GtTable ofG;
     };
 
@@ -222,19 +222,23 @@ std::optional<EncryptionKey::Encapsulation> EncryptionKey::encapsulateWith(ByteV
 }
 
 struct UserKey::State {
-    State(const G2Affine& point, ByteView id) : de(point), lines(*de), identity(id.begin(), id.end()) {}
+    State(const G2Affine& point, ByteView id) : de(point), identity(id.begin(), id.end()) {}
 
     // K from C and w = e(C, de)
-    std::optional<SecretBytes> derive(ByteView c, std::size_t keySize) const {
+    std::optional<SecretBytes> derive(ByteView c, std::size_t keySize) {
         const std::optional<G1Affine> point = readG1(c.data);
         if (!point) return std::nullopt;
-        const Secret<Fp12> w(pairing(G1Point::from(*point), lines));
+        std::call_once(m_linesOnce, [this] { m_lines.emplace(*de); });
+        const Secret<Fp12> w(pairing(G1Point::from(*point), *m_lines));
         return deriveKey(c, *w, identity, keySize);
     }
 
     Secret<G2Affine> de;
-    PreparedG2 lines;
     Bytes identity;
+
+private:
+    std::once_flag m_linesOnce;
+    std::optional<PreparedG2> m_lines;  // written once, under m_linesOnce: a key centre needs none
 };
 
 UserKey::UserKey(std::unique_ptr<State> state) : m_state(std::move(state)) {}
@@ -326,7 +330,7 @@ std::optional<UserKey> MasterKey::extract(ByteView identity) const {
         const Secret<Fn> t1(*h + *ke);
         if (t1->isZero()) return std::nullopt;
         const Secret<Word256> t2((*ke * t1->inverse()).toInteger());
-        const Secret<G2Affine> de(multiply(*t2, G2Point::from(generatorP2())).toAffine());
+        const Secret<G2Affine> de(tableOfP2().multiply(*t2).toAffine());
         return UserKey(std::make_unique<UserKey::State>(*de, identity));
     });
 }

@@ -33,17 +33,22 @@ constexpr std::uint64_t subtractWithBorrow(std::uint64_t a, std::uint64_t b, std
     return difference;
 }
 
+/// @brief Whether this is being worked out by the compiler, where the forms for the processor can't be used.
+constexpr bool isConstantEvaluated() { return __builtin_is_constant_evaluated(); }
+
 /// @brief The low word of sum + a b + carry, which can't run over two words; carry becomes the high one.
 #ifdef __SIZEOF_INT128__
 __extension__ using Uint128 = unsigned __int128;
 
-inline std::uint64_t multiplyAdd(std::uint64_t sum, std::uint64_t a, std::uint64_t b, std::uint64_t& carry) {
+constexpr std::uint64_t multiplyAdd(std::uint64_t sum, std::uint64_t a, std::uint64_t b,
+                                    std::uint64_t& carry) {
     const Uint128 total = static_cast<Uint128>(a) * b + sum + carry;
     carry = static_cast<std::uint64_t>(total >> 64);
     return static_cast<std::uint64_t>(total);
 }
 #else
-inline std::uint64_t multiplyAdd(std::uint64_t sum, std::uint64_t a, std::uint64_t b, std::uint64_t& carry) {
+constexpr std::uint64_t multiplyAdd(std::uint64_t sum, std::uint64_t a, std::uint64_t b,
+                                    std::uint64_t& carry) {
     const std::uint64_t low = 0xffffffffU;
     const std::uint64_t ll = (a & low) * (b & low);
     const std::uint64_t lh = (a & low) * (b >> 32) + (ll >> 32);
@@ -114,19 +119,24 @@ struct Modulus {
     Word256 rSquared;               ///< R^2 mod value
 };
 
-/// @brief All ones or zero from 1 or 0, in a way that the compiler can't turn back into a condition.
-inline std::uint64_t maskFromBit(std::uint64_t bit) {
+/// @brief The same number, in a way that the compiler can't see through.
+inline std::uint64_t hidden(std::uint64_t bit) {
 #if defined(__GNUC__) || defined(__clang__)
     __asm__("" : "+r"(bit));
+    return bit;
 #else
-    volatile std::uint64_t hidden = bit;
-    bit = hidden;
+    volatile std::uint64_t copy = bit;
+    return copy;
 #endif
-    return 0 - bit;
+}
+
+/// @brief All ones or zero from 1 or 0, in a way that the compiler can't turn back into a condition.
+constexpr std::uint64_t maskFromBit(std::uint64_t bit) {
+    return 0 - (isConstantEvaluated() ? bit : hidden(bit));
 }
 
 /// @brief (a + b) mod m for a, b < m.
-inline Word256 addModPortable(const Word256& a, const Word256& b, const Word256& m) {
+constexpr Word256 addModPortable(const Word256& a, const Word256& b, const Word256& m) {
     std::uint64_t carry = 0;
     std::uint64_t borrow = 0;
     const Word256 sum = add(a, b, carry);
@@ -135,7 +145,7 @@ inline Word256 addModPortable(const Word256& a, const Word256& b, const Word256&
 }
 
 /// @brief (a - b) mod m for a, b < m.
-inline Word256 subtractModPortable(const Word256& a, const Word256& b, const Word256& m) {
+constexpr Word256 subtractModPortable(const Word256& a, const Word256& b, const Word256& m) {
     std::uint64_t borrow = 0;
     std::uint64_t carry = 0;
     const Word256 difference = subtract(a, b, borrow);
@@ -158,7 +168,30 @@ constexpr Modulus makeModulus(const Word256& value) {
 }
 
 /// @brief a b R^-1 mod m, below m, for any a and for b < m.
-Word256 montgomeryProductPortable(const Word256& a, const Word256& b, const Modulus& m);
+///
+/// Word by word: add a b[i], then the multiple of m that makes the lowest word zero, and drop that word. What
+/// is left stays below 2m.
+constexpr Word256 montgomeryProductPortable(const Word256& a, const Word256& b, const Modulus& m) {
+    std::uint64_t t[5] = {};
+    for (std::size_t i = 0; i < 4; ++i) {
+        std::uint64_t carry = 0;
+        for (std::size_t j = 0; j < 4; ++j) t[j] = multiplyAdd(t[j], a[j], b[i], carry);
+        std::uint64_t over = 0;
+        const std::uint64_t top = addWithCarry(t[4], carry, over);
+
+        const std::uint64_t factor = t[0] * m.negativeInverse;
+        carry = 0;
+        multiplyAdd(t[0], factor, m.value[0], carry);
+        for (std::size_t j = 1; j < 4; ++j) t[j - 1] = multiplyAdd(t[j], factor, m.value[j], carry);
+        std::uint64_t overAgain = 0;
+        t[3] = addWithCarry(top, carry, overAgain);
+        t[4] = over + overAgain;
+    }
+    const Word256 product{t[0], t[1], t[2], t[3]};
+    std::uint64_t borrow = 0;
+    const Word256 reduced = subtract(product, m.value, borrow);
+    return select(maskFromBit(borrow & (t[4] ^ 1)), product, reduced);
+}
 
 #ifdef VLOX_SM9_X86_64
 
