@@ -64,6 +64,24 @@ TEST(WindowsThread, RunsOnceAndAgainAfterItsEnd) {
     }
 }
 
+TEST(WindowsThread, RunsAgainAsSoonAsItCountsAsEnded) {
+    class Counter : public Runnable {
+    public:
+        void work() override { ++runs; }
+        std::atomic<int> runs{0};
+    };
+    Counter counter;
+    WindowsThread thread(&counter);
+    for (int run = 1; run <= 3000; ++run) {
+        ASSERT_TRUE(thread.start());
+        while (thread.getThreadStat() != THREAD_STAT_ENDED) {
+            std::this_thread::yield();
+        }
+        ASSERT_EQ(run, counter.runs);
+    }
+    thread.join();
+}
+
 TEST(WindowsThread, JoinReturnsForEveryoneWhoAsks) {
     WindowsThread never;
     never.join();

@@ -59,9 +59,7 @@ class Started {
 public:
     explicit Started(TimeoutTaskSweeper& sweeper) : m_sweeper(sweeper) { sweeper.start(); }
     ~Started() {
-        // A stop between two waits goes unheard on an empty queue; an item that stops on firing does not.
-        m_sweeper.addTask(
-            std::make_shared<TaskItem>("end", 0, [this](const std::string&) { m_sweeper.stop(); }));
+        m_sweeper.stop();
         m_sweeper.join();
         m_sweeper.join();
     }
@@ -131,6 +129,7 @@ TEST(TimerQueue, RemovesTheHeadAloneOrAllBehindIt) {
     Firings firings;
     TimerQueue queue;
     queue.remove("nothing there");
+    queue.add(nullptr);
     for (const auto& [id, seconds] : {std::pair{"x", -9}, {"y", -8}, {"x", -7}, {"x", -6}}) {
         queue.add(firings.item(id, seconds));
     }
@@ -139,6 +138,29 @@ TEST(TimerQueue, RemovesTheHeadAloneOrAllBehindIt) {
     queue.remove("x");
     queue.remove("y");
     EXPECT_EQ("", takeId(queue)) << "both that stood behind another head went at once";
+}
+
+TEST(TimerQueue, WaitsLongerThanThirtyTwoBitsOfMillisecondsCount) {
+    Firings firings;
+    TimerQueue queue;
+    queue.add(firings.item("far", 12884902));  // 112 ms behind three times that many
+    auto taken = std::async(std::launch::async, [&] { return queue.take(0); });
+    EXPECT_EQ(std::future_status::timeout, taken.wait_for(std::chrono::seconds(1)));
+    queue.remove("far");
+    queue.notify();
+    EXPECT_EQ(nullptr, taken.get());
+}
+
+TEST(TimeoutTaskSweeper, EndsWheneverItIsStopped) {
+    for (int round = 0; round < 2000; ++round) {
+        TimeoutTaskSweeper sweeper;
+        sweeper.start();
+        for (int spin = round % 100; spin > 0; --spin) {
+            std::this_thread::yield();
+        }
+        sweeper.stop();
+        sweeper.join();
+    }
 }
 
 // Whether the sweeper waits for an item yet can't be seen from outside. The two tests give it a moment, and
@@ -202,26 +224,36 @@ TEST(Timer, EndsWithItsFirstSuccessWhereAskedTo) {
     EXPECT_EQ(2, runs) << "it went on though it had succeeded";
 }
 
-TEST(Timer, IsWokenByExecAndByItsEnd) {
-    std::atomic<int> runs{0};
-    {
-        Timer timer([&] { return ++runs > 0; }, std::make_shared<FixedIntervalBackOffMode>(5), 3600, false);
-        for (const int wanted : {1, 2}) {
-            // A signal is lost while the worker isn't asleep yet, so it is given until it is heard.
-            while (runs < wanted) {
-                ASSERT_TRUE(timer.exec(true));
-                std::this_thread::sleep_for(std::chrono::milliseconds(5));
-            }
-        }
+TEST(Timer, BeginsAWholeRunBehindEachExec) {
+    constexpr long kLimit = 60000;
+    for (const bool stopOnSuccess : {false, true}) {
+        WindowsConditionInternal entered;
+        WindowsConditionInternal goOn;
+        const auto proc = [&] {
+            entered.set();
+            goOn.wait();
+            return true;
+        };
+        Timer timer(proc, std::make_shared<FixedIntervalBackOffMode>(5), 3600, stopOnSuccess);
+        ASSERT_TRUE(timer.exec(true));
+        ASSERT_TRUE(timer.exec(true)) << "right behind the first, whose delay it ends";
+        ASSERT_TRUE(entered.tryWait(kLimit));
+        ASSERT_TRUE(timer.exec(false)) << "in the midst of a run";
+        goOn.set();
+        ASSERT_TRUE(entered.tryWait(kLimit));
+        timer.setDelay(0);
+        timer.yiled();
+        ASSERT_TRUE(timer.exec(false)) << "while a stop is on its way";
+        goOn.set();
+        ASSERT_TRUE(entered.tryWait(kLimit));
+        goOn.set();
     }
-    const int atTheEnd = runs;
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(atTheEnd, runs);
 }
 
 TEST(Timer, GoesAwayThoughItNeverRan) {
     Timer(nullptr, std::make_shared<FixedIntervalBackOffMode>(5), 0, false);
-    Timer stopped(nullptr, std::make_shared<FixedIntervalBackOffMode>(5), 3600, false);
+    Timer stopped(nullptr, nullptr, 3600, false);
+    stopped.setNextBeat(5);
     stopped.yiled();
     EXPECT_TRUE(stopped.start()) << "a stop that came first ends the thread before its first run";
 }

@@ -10,9 +10,11 @@
 #include <vloxlib/thread/Windows/WindowsThread.h>
 #include <atomic>
 #include <functional>
-#include <list>
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace vloxlib {
 
@@ -40,8 +42,8 @@ public:
     TimerQueue();
     ~TimerQueue() override;
 
-    /// @brief Puts an item into its place. Only the first item of an empty queue wakes a waiting take(): an
-    /// item put in front of the one being waited for fires right after that one.
+    /// @brief Puts an item into its place; null is ignored. Only the first item of an empty queue wakes a
+    /// waiting take(): an item put in front of the one being waited for fires right after that one.
     void add(std::shared_ptr<TaskItem> item);
     /// @brief Takes the head alone off the list when it has this id, and wakes take(); otherwise all items
     /// with it.
@@ -53,18 +55,33 @@ public:
     void notify();  ///< Ends a wait in take(), if there is one.
 
 private:
-    std::list<std::shared_ptr<TaskItem>> m_items;  // guarded by m_mutex
+    friend class TimeoutTaskSweeper;
+    struct Entry;
+    using Items = std::map<std::pair<int64, int64>, Entry>;  // by moment and arrival
+    using Places = std::multimap<std::string, Items::iterator>;
+    struct Entry {
+        std::shared_ptr<TaskItem> item;
+        Places::iterator place;
+    };
+
+    std::shared_ptr<TaskItem> takeWhile(const std::atomic<bool>& wanted, int waitSeconds);
+    std::shared_ptr<TaskItem> takeLocked(int waitSeconds);
+    Places::iterator erase(Places::iterator place, std::vector<std::shared_ptr<TaskItem>>& removed);
+
+    Items m_items;    // guarded by m_mutex, as are the next two
+    Places m_places;  // by id
+    int64 m_arrivals = 0;
     WindowsMutex m_mutex;
     WindowsCondition m_condition;
 };
 
 /// @brief Runs a caller's handler for a task id when that task's moment comes, on a thread of its own.
 ///
-/// Life: start(), later stop() and join(); the destructor doesn't wait. A stop() that falls between two waits
-/// is noticed at the next firing only. Threads: addTask(), cancelTask() and stop() from any thread, from
-/// inside a handler too. Handlers run one at a time on the sweeper's thread with no lock held; a slow one
-/// delays all later ones. Ownership: shares an item until it has fired or is cancelled. Errors: none are
-/// returned; an exception of a handler, an empty one's std::bad_function_call too, is not caught.
+/// Life: start(), later stop() and join(); the destructor doesn't wait. Threads: addTask(), cancelTask() and
+/// stop() from any thread, from inside a handler too. Handlers run one at a time on the sweeper's thread with
+/// no lock held; a slow one delays all later ones. Ownership: shares an item until it has fired or is
+/// cancelled. Errors: none are returned; an exception of a handler, an empty one's std::bad_function_call
+/// too, is not caught.
 class VLOX_API TimeoutTaskSweeper : public WindowsThread {
 public:
     TimeoutTaskSweeper();
@@ -72,7 +89,7 @@ public:
     TimeoutTaskSweeper& operator=(const TimeoutTaskSweeper&) = delete;
     ~TimeoutTaskSweeper() override;
 
-    void addTask(std::shared_ptr<TaskItem> item);
+    void addTask(std::shared_ptr<TaskItem> item);  ///< See TimerQueue::add().
     void cancelTask(const std::string& id);
     void start();
     void stop();

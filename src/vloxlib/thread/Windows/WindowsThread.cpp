@@ -8,21 +8,20 @@
 
 namespace vloxlib {
 
-WindowsThread::WindowsThread() : m_state(std::make_shared<State>()) {}
+WindowsThread::WindowsThread() : WindowsThread(nullptr) {}
 
-WindowsThread::WindowsThread(Runnable* runnable) : m_state(std::make_shared<State>()), m_runnable(runnable) {}
+WindowsThread::WindowsThread(Runnable* runnable)
+    : m_stat(std::make_shared<std::atomic<eThreadStat>>(THREAD_STAT_NOT_STARTED)), m_runnable(runnable) {}
 
 WindowsThread::WindowsThread(const WindowsThread& other)
-    : m_state(std::make_shared<State>()),
+    : m_stat(std::make_shared<std::atomic<eThreadStat>>(other.m_stat->load())),
       m_runnable(other.m_runnable),
       m_thread(other.thread()),
-      m_attributes(other.m_attributes) {
-    copyState(other);
-}
+      m_attributes(other.m_attributes) {}
 
 WindowsThread& WindowsThread::operator=(const WindowsThread& other) {
     if (this != &other) {
-        copyState(other);
+        *m_stat = other.m_stat->load();
         m_runnable = other.m_runnable;
         std::atomic_store(&m_thread, other.thread());
         m_attributes = other.m_attributes;
@@ -33,13 +32,12 @@ WindowsThread& WindowsThread::operator=(const WindowsThread& other) {
 WindowsThread::~WindowsThread() = default;
 
 bool WindowsThread::start() {
-    m_state->stat = THREAD_STAT_RUNNING;
-    if (m_state->started.exchange(true)) {
+    if (m_stat->exchange(THREAD_STAT_RUNNING) == THREAD_STAT_RUNNING) {
         return true;
     }
     try {
         std::atomic_store(&m_thread, std::make_shared<platform::Thread>(
-                                         [this, state = m_state] { threadBody(this, state); }));
+                                         [this, stat = m_stat] { threadBody(this, *stat); }));
     } catch (const std::system_error& error) {
         VLOX_LOG(5, "WindowsThread create thread failed for: %lld",
                  static_cast<long long>(error.code().value()));
@@ -59,7 +57,7 @@ unsigned long WindowsThread::getThreadHandle() const {
     return running ? running->handle() : 0;
 }
 
-eThreadStat WindowsThread::getThreadStat() { return m_state->stat; }
+eThreadStat WindowsThread::getThreadStat() { return *m_stat; }
 
 void WindowsThread::setRunnable(Runnable* runnable) { m_runnable = runnable; }
 
@@ -71,18 +69,12 @@ void WindowsThread::run() {
     }
 }
 
-void WindowsThread::threadBody(WindowsThread* self, const std::shared_ptr<State>& state) {
-    state->stat = THREAD_STAT_RUNNING;
+// Behind the last line the thread may be started again, and the object be gone.
+void WindowsThread::threadBody(WindowsThread* self, std::atomic<eThreadStat>& stat) {
     self->run();
-    state->stat = THREAD_STAT_ENDED;
-    state->started = false;
+    stat = THREAD_STAT_ENDED;
 }
 
 std::shared_ptr<platform::Thread> WindowsThread::thread() const { return std::atomic_load(&m_thread); }
-
-void WindowsThread::copyState(const WindowsThread& other) {
-    m_state->stat = other.m_state->stat.load();
-    m_state->started = other.m_state->started.load();
-}
 
 }  // namespace vloxlib

@@ -24,10 +24,10 @@ struct ThreadAttributes {
 /// @brief A thread around a Runnable, or around an overridden run().
 ///
 /// Life: start(), then join() before the object goes: the destructor neither waits for the thread nor deletes
-/// the Runnable. A thread that has ended can be started again. Threads: join() and getThreadStat() from any
-/// thread; start() isn't safe against itself on one object. Ownership: the Runnable is the caller's. Copies
-/// share the running thread. Errors: start() reports a thread that can't be made once, by false and a line of
-/// level 5; nothing throws.
+/// the Runnable. A thread that has ended can be started again, as soon as getThreadStat() says so. Threads:
+/// join() and getThreadStat() from any thread; start() isn't safe against itself on one object. Ownership:
+/// the Runnable is the caller's. Copies share the running thread. Errors: start() reports a thread that can't
+/// be made once, by false and a line of level 5; nothing throws.
 class VLOX_API WindowsThread {
 public:
     WindowsThread();
@@ -49,17 +49,12 @@ protected:
     virtual void run();  ///< The body: the Runnable's work(), when there is one.
 
 private:
-    // The thread's share of it: what it still touches when its owner, seeing it ended, has destroyed the
-    // object.
-    struct State {
-        std::atomic<eThreadStat> stat{THREAD_STAT_NOT_STARTED};
-        std::atomic<bool> started{false};
-    };
-    static void threadBody(WindowsThread* self, const std::shared_ptr<State>& state);
+    static void threadBody(WindowsThread* self, std::atomic<eThreadStat>& stat);
     std::shared_ptr<platform::Thread> thread() const;
-    void copyState(const WindowsThread& other);
 
-    std::shared_ptr<State> m_state;
+    // Whether it runs, in one word. It is shared with the thread, which still touches it when its owner,
+    // seeing it ended, has destroyed the object.
+    std::shared_ptr<std::atomic<eThreadStat>> m_stat;
     Runnable* m_runnable = nullptr;
     std::shared_ptr<platform::Thread> m_thread;  // accessed atomically: start() may replace it in a join()
     ThreadAttributes m_attributes;
