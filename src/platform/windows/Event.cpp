@@ -27,10 +27,20 @@ void Event::reset() { ResetEvent(m_native->handle.get()); }
 
 void Event::wait() { WaitForSingleObject(m_native->handle.get(), INFINITE); }
 
-// The longest limit that the system knows is no limit.
+// In steps, since the system counts in 32 bits, and its longest limit is no limit.
 bool Event::waitFor(std::chrono::milliseconds limit) {
-    const auto count = std::clamp<long long>(limit.count(), 0, INFINITE);
-    return WaitForSingleObject(m_native->handle.get(), static_cast<DWORD>(count)) != WAIT_TIMEOUT;
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::milliseconds kLongestStep(INFINITE - 1);
+    for (const auto end = Clock::now() + limit;;
+         limit = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now())) {
+        const auto step = std::clamp(limit, std::chrono::milliseconds(0), kLongestStep);
+        if (WaitForSingleObject(m_native->handle.get(), static_cast<DWORD>(step.count())) != WAIT_TIMEOUT) {
+            return true;
+        }
+        if (step == limit) {
+            return false;
+        }
+    }
 }
 
 }  // namespace vloxlib::platform

@@ -8,6 +8,12 @@
 
 namespace vloxlib {
 
+namespace {
+
+constexpr int64 kLongestWait = 3155760000000;  // a hundred years: the clock counts nanoseconds in 64 bits
+
+}  // namespace
+
 WindowsConditionInternal::WindowsConditionInternal(bool autoReset)
     : m_event(std::make_unique<platform::Event>(autoReset)) {}
 
@@ -19,9 +25,12 @@ void WindowsConditionInternal::reset() { m_event->reset(); }
 
 void WindowsConditionInternal::wait() { m_event->wait(); }
 
-bool WindowsConditionInternal::tryWait(long milliseconds) {
-    // The system's wait takes an unsigned 32-bit count; a negative one so becomes a very long wait.
-    const auto limit = static_cast<std::uint32_t>(milliseconds) + 1U;
+bool WindowsConditionInternal::tryWait(long milliseconds) { return tryWaitFor(milliseconds); }
+
+// A negative limit is taken for what it is as an unsigned 32-bit count, so that it becomes a very long one.
+bool WindowsConditionInternal::tryWaitFor(int64 milliseconds) {
+    const int64 limit = milliseconds < 0 ? static_cast<std::uint32_t>(milliseconds) + 1U
+                                         : std::min(milliseconds, kLongestWait) + 1;
     return m_event->waitFor(std::chrono::milliseconds(limit));
 }
 
@@ -41,9 +50,7 @@ int WindowsCondition::timedWait(WindowsMutex& mutex, int seconds) {
     WindowsMutexUnlockGuard heldAtTheEnd(mutex, false);
     WindowsConditionInternal waiter;
     release(mutex, waiter);
-    // The product wraps in 32 bits, without a sign: the wait's own width.
-    const auto milliseconds = static_cast<std::uint32_t>(seconds) * 1000U;
-    if (waiter.tryWait(static_cast<long>(milliseconds))) {
+    if (waiter.tryWaitFor(int64{seconds} * 1000)) {
         return 0;
     }
     WindowsMutexGuard lock(m_mutex);

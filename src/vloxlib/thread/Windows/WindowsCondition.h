@@ -3,6 +3,7 @@
 
 #include <vloxlib/Export.h>
 #include <vloxlib/Noncopyable.h>
+#include <vloxlib/Types.h>
 #include <vloxlib/thread/Windows/WindowsMutex.h>
 #include <deque>
 #include <memory>
@@ -30,6 +31,9 @@ public:
     bool tryWait(long milliseconds);
 
 private:
+    friend class WindowsCondition;
+    bool tryWaitFor(int64 milliseconds);  // also where a long is too short
+
     std::unique_ptr<platform::Event> m_event;
 };
 
@@ -48,7 +52,7 @@ public:
     /// @brief Releases the mutex, which the caller holds, waits for a notification and takes the mutex again.
     /// @return 0
     int wait(WindowsMutex& mutex);
-    /// @brief As wait(), for at most so many seconds, in 32-bit milliseconds.
+    /// @brief As wait(), for at most so many seconds; a negative number is a very long time.
     /// @return 0 when woken, -1 when the time passed first
     int timedWait(WindowsMutex& mutex, int seconds);
     void notifyOne();  ///< Wakes the waiter that has waited longest.
