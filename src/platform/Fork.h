@@ -14,7 +14,8 @@ struct ForkHandlers {
     std::function<void()> inChild;
 };
 
-/// @brief Sets the handlers, for the rest of the process; to be called once.
+/// @brief Adds handlers, for the rest of the process. Those added last come first ahead of the copy, and last
+/// behind it. Threads: any, but not from within a handler.
 void onFork(ForkHandlers handlers);
 
 }  // namespace vloxlib::platform

@@ -7,7 +7,8 @@ namespace vloxlib::platform {
 
 /// @brief A lock that re-enters on its owning thread and needs as many unlock() as lock() calls.
 ///
-/// Threads: any. Errors: only the constructor can fail, with std::system_error.
+/// In the child of a fork it is free, unless the thread that forked held it. Threads: any. Errors: only the
+/// constructor can fail, with std::system_error.
 class RecursiveLock {
 public:
     RecursiveLock();
@@ -20,6 +21,8 @@ public:
 
 private:
     struct Native;
+    static void refresh(RecursiveLock& lock);  // on systems with forks
+
     std::unique_ptr<Native> m_native;
 };
 

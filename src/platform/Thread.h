@@ -6,7 +6,7 @@
 
 namespace vloxlib::platform {
 
-/// @brief One running thread.
+/// @brief One running thread. It takes none of the signals that the process is sent: those are the program's.
 ///
 /// Life: the thread runs from construction on; the destructor neither waits nor stops it.
 /// Threads: join() from any thread, from several at once and repeatedly; from the thread itself it returns at

@@ -1,0 +1,20 @@
+// One life of a program that uses the library: life_worker <directory> <seed>. The library and what works it
+// are loaded at run time, and unloaded where nothing of it runs any more.
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+int main(int argc, char** argv) {
+    void* const work = argc == 3 ? dlopen(VLOX_LIFE_WORK_PATH, RTLD_NOW) : nullptr;
+    if (work == nullptr) {
+        std::fprintf(stderr, "usage: life_worker <directory> <seed>\n");
+        return 2;
+    }
+    using Live = bool(const char*, unsigned);
+    const auto live = reinterpret_cast<Live*>(dlsym(work, "live"));
+    const bool over = live(argv[1], static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)));
+    if (over) {
+        dlclose(work);
+    }
+}
