@@ -7,8 +7,7 @@ namespace vloxlib::platform {
 
 /// @brief Watches this machine's table of IP addresses, from construction on.
 ///
-/// Threads: wait() from one at a time. Errors: none are reported; where the table can't be watched, wait()
-/// never ends.
+/// Threads: wait() from one at a time.
 class AddressChanges {
 public:
     AddressChanges();
@@ -16,8 +15,10 @@ public:
     AddressChanges(const AddressChanges&) = delete;
     AddressChanges& operator=(const AddressChanges&) = delete;
 
-    void
-    wait();  ///< Returns after the next change, at once for one since the last call; a burst counts once.
+    /// @brief Returns after the next change, at once for one since the last call; a burst counts once.
+    /// @return false when the system has ended the watching or refuses it: the next call tries again, and
+    /// tells of what has changed by then
+    bool wait();
 
 private:
     struct Native;

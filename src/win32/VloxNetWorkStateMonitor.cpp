@@ -1,8 +1,11 @@
 #include "win32/VloxNetWorkStateMonitor.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <string>
+#include <thread>
+#include <utility>
 
 #include "platform/AddressChanges.h"
 #include "vloxlib/Types.h"
@@ -13,6 +16,8 @@
 namespace vloxlib {
 
 namespace {
+
+constexpr int kRetrySeconds = 10;
 
 int64 nextToken() {
     static std::atomic<int64> next{std::rand() % 10000};
@@ -32,8 +37,15 @@ std::string networkInfoJson(const std::string& token) {
 
 void NetWorkStateMonitor::work() {
     platform::AddressChanges addressChanges;
-    while (true) {
-        addressChanges.wait();
+    for (bool told = false;;) {
+        if (!addressChanges.wait()) {
+            if (!std::exchange(told, true)) {
+                VLOX_LOG(4, "address changes can't be watched, tried again every %d s", kRetrySeconds);
+            }
+            std::this_thread::sleep_for(std::chrono::seconds(kRetrySeconds));
+            continue;
+        }
+        told = false;
         const std::string json = networkInfoJson(std::to_string(nextToken()));
         VLOX_LOG(3, "notifyNetworkStatusChanged %s", json.c_str());
         NetworkMonitor::getInstance()->notifyNetworkStatusChanged(json);

@@ -4,11 +4,14 @@
 
 #include <algorithm>
 #include <memory>
-#include <mutex>
+#include <utility>
+#include <vector>
 
+#include "platform/Fork.h"
 #include "vloxlib/ConfigManager.h"
 #include "vloxlib/Context.h"
 #include "vloxlib/log/vloxLog.h"
+#include "vloxlib/thread/Windows/WindowsMutex.h"
 #include "vloxlib/thread/Windows/WindowsThread.h"
 #include "vloxlib/utility/RapidJsonUtils.h"
 #include "win32/Identity.h"
@@ -53,9 +56,38 @@ void fillContext(const char* dataDir, int deviceType) {
 }
 
 // Never destroyed, since the thread never ends.
-WindowsThread& networkThread() {
-    static WindowsThread* const thread = new WindowsThread(new NetWorkStateMonitor);
-    return *thread;
+struct NetworkThread {
+    NetWorkStateMonitor monitor;
+    WindowsThread thread{&monitor};
+};
+
+// What initialize() does once in a process: again in the child of a fork, where there is no such thread.
+struct Start {
+    WindowsMutex mutex;
+    bool loggingStarted = false;  // guarded by mutex; stays false when the log file can't be opened
+    std::unique_ptr<NetworkThread> network;  // guarded by mutex
+    std::vector<std::unique_ptr<NetworkThread>> parents;
+
+    Start() {
+        platform::onFork({[] {}, [] {},
+                          [this] {
+                              if (network) {
+                                  parents.push_back(std::move(network));
+                              }
+                          }});
+    }
+    void watchNetwork() {
+        if (!network) {
+            network = std::make_unique<NetworkThread>();
+        }
+        network->thread.start();
+    }
+};
+
+// Never destroyed: a static object of the program may be the one who starts the library.
+Start& start() {
+    static auto& only = *new Start;
+    return only;
 }
 
 // Null for an unknown client.
@@ -76,16 +108,14 @@ int initialize(SdkLogParam logParam, const char* dataDir, int deviceType) {
     if (dataDir == nullptr || deviceType < 0 || deviceType > kLastDeviceType) {
         return kInvalidArgument;
     }
-    static std::mutex mutex;
-    static bool loggingStarted = false;  // guarded by mutex; stays false when the log file can't be opened
-    std::lock_guard<std::mutex> lock(mutex);
-    if (!loggingStarted) {
+    WindowsMutexGuard lock(start().mutex);
+    if (!start().loggingStarted) {
         startLogging(logParam);
-        loggingStarted = true;
+        start().loggingStarted = true;
     }
     fillContext(dataDir, deviceType);
     VLOX_LOG(2, "SDK for windows , version :%s", kVersion);
-    networkThread().start();
+    start().watchNetwork();
     return 0;
 }
 
@@ -113,8 +143,8 @@ void loadModule(__int64 clientId, VloxModuleAbstract* module) {
 
 void unloadModule(__int64 clientId, VloxModuleAbstract* module) {
     if (VLOXBase::clientExist(clientId)) {
+        const std::unique_ptr<VloxModuleAbstract> owner(module);  // goes whatever it throws
         VLOXBase::unregisterModule(clientId, module);
-        delete module;
     }
 }
 

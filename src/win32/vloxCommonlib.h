@@ -33,13 +33,15 @@ extern "C" {
 /// watching.
 ///
 /// A repeated call writes the context again; the logger stays as the first call made it, closed after
-/// destroySDK().
+/// destroySDK(). In the child of a fork a call starts the network watching that the parent had; clients and
+/// settings are those of the parent at the fork.
 /// @param dataDir where the library keeps its files
 /// @param deviceType 0 to 7; the meaning of each is the application's
 /// @return 0; -201, and nothing touched, for a null dataDir or a deviceType out of range
 /// @note An exception of a log file that can't be opened passes through.
 VLOX_API int initialize(SdkLogParam logParam, const char* dataDir, int deviceType);
-/// @brief Closes the logger, and does nothing else: no client is released and no thread stopped. @return 0
+/// @brief Closes the logger, and does nothing else: no client is released and no thread stopped. A second
+/// call returns when the first has closed it. @return 0
 VLOX_API int destroySDK();
 VLOX_API void enableBreakPad();  ///< Does nothing.
 
@@ -47,10 +49,10 @@ VLOX_API void enableBreakPad();  ///< Does nothing.
 /// @return the client's id; -1 for a null or empty text
 VLOX_API __int64 createVloxClient(const char* appId, const char* vloxId);
 /// @brief Registers a module with a client; nothing happens for an unknown client.
-/// @param module made by `new`, since unloadModule() deletes it
+/// @param module made by `new`, since unloadModule() deletes it; the caller's again when it throws
 VLOX_API void loadModule(__int64 clientId, vloxlib::VloxModuleAbstract* module);
-/// @brief Takes a module out of its client and deletes it; for an unknown client nothing happens and it stays
-/// alive.
+/// @brief Takes a module out of its client and deletes it, also when it throws; for an unknown client nothing
+/// happens and it stays alive.
 VLOX_API void unloadModule(__int64 clientId, vloxlib::VloxModuleAbstract* module);
 
 /// @return 0, also for a key out of range, which is ignored; -1 for an unknown client

@@ -2,6 +2,7 @@
 
 #include <Poco/Environment.h>
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
@@ -135,6 +136,25 @@ TEST(AddressChanges, AreSeenAndOtherAnnouncementsAreNot) {
         EXPECT_EQ(std::future_status::timeout, secondSeen.wait_for(std::chrono::milliseconds(100)));
         ASSERT_TRUE(network.addAddress("lo:1", "10.1.0.2"));
         ASSERT_EQ(std::future_status::ready, secondSeen.wait_for(std::chrono::seconds(30)));
+    });
+    if (!ran) {
+        GTEST_SKIP() << "no right to make a network of its own";
+    }
+}
+
+TEST(AddressChanges, AreWatchedAgainAfterAnError) {
+    const bool ran = runInOwnNetwork([](const OwnNetwork& network) {
+        const int next = dup(STDIN_FILENO);
+        close(next);
+        platform::AddressChanges changes;  // its socket has the lowest free number
+        const int nothing = open("/dev/null", O_RDONLY);
+        ASSERT_EQ(next, dup2(nothing, next));
+        EXPECT_FALSE(changes.wait());
+        close(nothing);
+        ASSERT_TRUE(network.addAddress("lo", "10.1.0.1"));
+        EXPECT_TRUE(changes.wait()) << "what changed meanwhile";
+        ASSERT_TRUE(network.addAddress("lo:1", "10.1.0.2"));
+        EXPECT_TRUE(changes.wait());
     });
     if (!ran) {
         GTEST_SKIP() << "no right to make a network of its own";

@@ -12,6 +12,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace vloxlib::platform {
 
@@ -61,21 +62,16 @@ int openRouteSocket() {
     return descriptor;
 }
 
-[[noreturn]] void waitForEver() {
-    while (true) {
-        pause();
-    }
-}
-
 }  // namespace
 
 struct AddressChanges::Native {
-    const int descriptor = openRouteSocket();
+    int descriptor = openRouteSocket();
     std::optional<AddressTable> table = readAddressTable();
 
-    ~Native() {
+    ~Native() { end(); }
+    void end() {
         if (descriptor >= 0) {
-            close(descriptor);
+            close(std::exchange(descriptor, -1));
         }
     }
 
@@ -98,14 +94,22 @@ AddressChanges::AddressChanges() : m_native(std::make_unique<Native>()) {}
 
 AddressChanges::~AddressChanges() = default;
 
-void AddressChanges::wait() {
+bool AddressChanges::wait() {
+    if (m_native->descriptor < 0) {
+        m_native->descriptor = openRouteSocket();
+        if (m_native->descriptor < 0 || m_native->tableChanged()) {
+            return m_native->descriptor >= 0;
+        }
+    }
     do {
         if (!m_native->receive(0)) {
-            waitForEver();
+            m_native->end();
+            return false;
         }
         while (m_native->receive(MSG_DONTWAIT)) {
         }
     } while (!m_native->tableChanged());
+    return true;
 }
 
 }  // namespace vloxlib::platform

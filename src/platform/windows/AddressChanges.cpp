@@ -52,12 +52,13 @@ AddressChanges::AddressChanges() : m_native(std::make_unique<Native>()) {}
 
 AddressChanges::~AddressChanges() = default;
 
-void AddressChanges::wait() {
-    if (!m_native->pending) {
-        Sleep(INFINITE);
+bool AddressChanges::wait() {
+    const bool watched = m_native->pending;
+    if (watched) {
+        m_native->request->await();
     }
-    m_native->request->await();
     m_native->pending = m_native->request->ask();
+    return watched || m_native->pending;  // what has changed while nobody watched isn't known
 }
 
 }  // namespace vloxlib::platform
