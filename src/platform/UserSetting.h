@@ -12,8 +12,10 @@ namespace vloxlib::platform {
 /// limit
 std::string readUserSetting(const std::string& name, std::size_t limitInBytes);
 
-/// @brief Stores such a setting, for the user alone to read. Failures are silent, and then nothing is stored.
-void writeUserSetting(const std::string& name, const std::string& value);
+/// @brief Stores such a setting, for the user alone to read, unless there is one that can be read: of all
+/// that try at once, in any of the user's processes, one wins, and all are given its value.
+/// @return what is stored now; empty when nothing could be stored
+std::string claimUserSetting(const std::string& name, const std::string& value, std::size_t limitInBytes);
 
 }  // namespace vloxlib::platform
 

@@ -30,12 +30,13 @@ std::string newDeviceId() {
 }  // namespace
 
 std::string deviceId() {
-    std::string id = platform::readUserSetting(kDeviceIdSetting, kLongestDeviceId);
-    if (id.empty()) {
-        id = newDeviceId();
-        platform::writeUserSetting(kDeviceIdSetting, id);
+    std::string stored = platform::readUserSetting(kDeviceIdSetting, kLongestDeviceId);
+    if (!stored.empty()) {
+        return stored;
     }
-    return id;
+    const std::string made = newDeviceId();
+    stored = platform::claimUserSetting(kDeviceIdSetting, made, kLongestDeviceId);
+    return stored.empty() ? made : stored;
 }
 
 std::string osName() {

@@ -21,7 +21,7 @@ protected:
 }  // namespace
 
 TEST_F(UserSettingTest, IsAFileForTheUserAlone) {
-    writeUserSetting("name", "value");
+    claimUserSetting("name", "value", 64);
     EXPECT_EQ("value", dir.read("config/VLOX/name"));
     using std::filesystem::perms;
     EXPECT_EQ(perms::owner_read | perms::owner_write,
@@ -31,12 +31,12 @@ TEST_F(UserSettingTest, IsAFileForTheUserAlone) {
 TEST_F(UserSettingTest, LiesInTheUsersFolderOrNowhere) {
     Poco::Environment::set("HOME", dir.path("home"));
     std::filesystem::create_directories(dir.path("config/VLOX/name"));
-    writeUserSetting("name", "value");
+    claimUserSetting("name", "value", 64);
     EXPECT_EQ("", readUserSetting("name", 64)) << "a folder where the file should be";
     EXPECT_FALSE(exists("home")) << "nothing is written elsewhere";
     for (const char* unset : {"", "relative"}) {
         Poco::Environment::set("XDG_CONFIG_HOME", unset);
-        writeUserSetting("name", "value");
+        claimUserSetting("name", "value", 64);
         EXPECT_TRUE(exists("home/.config/VLOX/name")) << "the default place";
         std::filesystem::remove_all(dir.path("home"));
     }

@@ -1,6 +1,7 @@
 #include "platform/UserSetting.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -57,10 +58,40 @@ void makeFolders(const std::string& path) {
     mkdir(path.c_str(), 0700);
 }
 
+// Whether the whole of it has reached the disk.
 bool writeAll(int descriptor, const std::string& value) {
     return fchmod(descriptor, 0600) == 0 &&
-           write(descriptor, value.data(), value.size()) == static_cast<ssize_t>(value.size());
+           write(descriptor, value.data(), value.size()) == static_cast<ssize_t>(value.size()) &&
+           fsync(descriptor) == 0;
 }
+
+// A file with the value under a name of its own, which goes at the end of the scope.
+class WrittenAside {
+public:
+    WrittenAside(const std::string& path, const std::string& value) : m_path(path + ".XXXXXX") {
+        const Descriptor file(mkostemp(m_path.data(), O_CLOEXEC));
+        m_written = file.isOpen() && writeAll(file.get(), value);
+    }
+    ~WrittenAside() { unlink(m_path.c_str()); }
+    WrittenAside(const WrittenAside&) = delete;
+    WrittenAside& operator=(const WrittenAside&) = delete;
+
+    // Whoever comes first has the place.
+    void linkTo(const std::string& path) const {
+        if (m_written) {
+            link(m_path.c_str(), path.c_str());
+        }
+    }
+    void replace(const std::string& path) const {
+        if (m_written) {
+            rename(m_path.c_str(), path.c_str());
+        }
+    }
+
+private:
+    std::string m_path;
+    bool m_written = false;
+};
 
 }  // namespace
 
@@ -80,17 +111,27 @@ std::string readUserSetting(const std::string& name, std::size_t limitInBytes) {
     return value.data();
 }
 
-void writeUserSetting(const std::string& name, const std::string& value) {
+std::string claimUserSetting(const std::string& name, const std::string& value, std::size_t limitInBytes) {
     const std::string folder = settingsFolder();
     if (folder.empty()) {
-        return;
+        return "";
     }
     makeFolders(folder);
     const std::string path = folder + '/' + name;
-    const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, 0600));
-    if (file.isOpen() && !writeAll(file.get(), value)) {
-        unlink(path.c_str());
+    const WrittenAside aside(path, value);
+    aside.linkTo(path);
+    std::string stored = readUserSetting(name, limitInBytes);
+    if (stored.empty()) {
+        // What can't be read is in the way, or the disk knows no links. The lock goes with the descriptor.
+        const Descriptor lock(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        flock(lock.get(), LOCK_EX);
+        stored = readUserSetting(name, limitInBytes);
+        if (stored.empty()) {
+            aside.replace(path);
+            stored = readUserSetting(name, limitInBytes);
+        }
     }
+    return stored;
 }
 
 }  // namespace vloxlib::platform
