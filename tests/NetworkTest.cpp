@@ -5,6 +5,7 @@
 #include <ctime>
 #include <future>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -143,6 +144,10 @@ TEST(NetworkMonitor, KeepsTheLastGoodNetworkAndItsOwnTime) {
     notify(json(2, "good"));
     EXPECT_EQ(2, NetworkMonitor::getNetworkType());
 
+    const std::time_t goodAt = std::time(nullptr);
+    while (std::time(nullptr) == goodAt) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
     notify(json(0, "lost"));
     EXPECT_EQ(NETWORK_TYPE_NONE, NetworkMonitor::getNetworkType());
     EXPECT_EQ("lost", NetworkMonitor::getInstance()->getCurrentNetworkInfo().getIPAddress());
@@ -185,6 +190,35 @@ TEST(NetworkMonitor, TellsEachListenerOnceAndThroughItsStrategy) {
     notify(json(1, "second"));
     EXPECT_EQ(1U, silent.told.size());
     EXPECT_EQ((std::vector<std::string>{"first", "second"}), byDefault.told);
+}
+
+TEST(NetworkMonitor, AListenerThatThrowsEndsNothing) {
+    class Thrower : public NetworkChangedListener {
+    public:
+        explicit Thrower(bool early) : NetworkChangedListener(nullptr), m_early(early) {}
+        void onNetworkChanged(const NetworkInfo& /*current*/) override { throw 7; }
+        bool needPrompt(const NetworkInfo& /*current*/, const NetworkInfo& /*last*/) override {
+            return m_early ? throw std::runtime_error("refused") : true;
+        }
+
+    private:
+        const bool m_early;
+    };
+    const vlox_test::LogCapture log;
+    Thrower early(true);
+    Thrower late(false);
+    NetworkMonitor& monitor = *NetworkMonitor::getInstance();
+    monitor.registerNetworkStatusChangedListener(&early);
+    monitor.registerNetworkStatusChangedListener(&late);
+    Recorder recorder;
+    notify(json(1, "first"));
+    notify(json(0, "second"));
+    monitor.unregisterNetworkStatusChangedListener(&early);
+    monitor.unregisterNetworkStatusChangedListener(&late);
+    EXPECT_EQ((std::vector<std::string>{"first", "second"}), recorder.told);
+    EXPECT_EQ("first", recorder.lastSeen.getIPAddress());
+    EXPECT_EQ(2, log.count("E", "a network listener failed: refused"));
+    EXPECT_EQ(4, log.count("E", "a network listener failed"));
 }
 
 TEST(NetworkMonitor, RemovalWaitsForANotificationThatRuns) {

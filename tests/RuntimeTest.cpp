@@ -26,6 +26,7 @@
 #include "vloxlib/Context.h"
 #include "vloxlib/encrypt/EncryptBridge.h"
 #include "vloxlib/log/vloxLog.h"
+#include "vloxlib/network/NetworkMonitor.h"
 #include "win32/Identity.h"
 #include "win32/VLOXBase.h"
 #include "win32/VloxModuleAbstract.h"
@@ -47,8 +48,8 @@ public:
     RecordingModule(const RecordingModule&) = delete;
     RecordingModule& operator=(const RecordingModule&) = delete;
 
-    void onModuleRegistered(__int64 /*clientId*/) override { m_calls.push_back(m_name + " registered"); }
-    void onModuleUnregistered() override { m_calls.push_back(m_name + " unregistered"); }
+    void onModuleRegistered(__int64 /*clientId*/) override { recordAndThrow(" registered"); }
+    void onModuleUnregistered() override { recordAndThrow(" unregistered"); }
     bool acceptsCommand(int target) override {
         m_calls.push_back(m_name + " asked " + std::to_string(target));
         return m_accepts;
@@ -67,8 +68,15 @@ public:
     }
 
     std::function<void()> whenCommanded;
+    bool throws = false;
 
 private:
+    void recordAndThrow(const std::string& call) const {
+        m_calls.push_back(m_name + call);
+        if (throws) {
+            throw std::runtime_error(call);
+        }
+    }
     void record(const std::string& call, const Strings& arguments) {
         std::string line = m_name + ' ' + call;
         for (const std::string& argument : arguments) {
@@ -199,6 +207,7 @@ TEST_F(ClientTest, BuildsUrlsFromItsConfiguration) {
 TEST_F(ClientTest, ReleaseTellsEveryFunctionAndForgetsModulesAndSettings) {
     static std::vector<std::pair<char, __int64>> released;
     released.clear();
+    VLOXBase::registerReleaseFunc(nullptr);
     VLOXBase::registerReleaseFunc([](__int64 id) {
         released.emplace_back('a', id);
         return 1;
@@ -301,6 +310,20 @@ TEST_F(ClientTest, ModulesMayCallBackAndThrow) {
     EXPECT_TRUE(elsewhere.get());
 }
 
+TEST_F(ClientTest, ModulesThatThrowOnTheirWayInOrOutAreGone) {
+    auto* const module = new RecordingModule(calls, "module");
+    loadModule(client, module);
+    module->throws = true;
+    EXPECT_THROW(loadModule(client, module), std::runtime_error);
+    calls.clear();
+    VLOXBase::dispatchBusinessCmd(client, 1, 2, "once");
+    EXPECT_EQ((Strings{"module asked 1", "module business 1 2 once"}), calls) << "its earlier entry stays";
+    calls.clear();
+    EXPECT_THROW(unloadModule(client, module), std::runtime_error);
+    VLOXBase::dispatchBusinessCmd(client, 1, 2, "gone");
+    EXPECT_EQ((Strings{"module unregistered", "module deleted"}), calls);
+}
+
 // Forbidden to modules; still nothing may be called that is gone.
 TEST_F(ClientTest, ModulesThatLeaveDuringACommandAreNotCalled) {
     auto* const first = new RecordingModule(calls, "first");
@@ -333,7 +356,8 @@ TEST_F(ClientTest, ReadersDoNotWaitForACommandThatRuns) {
     entered.get_future().wait();
     auto readers = std::async(std::launch::async, [this] {
         VLOXBase::setLogin(client, true);
-        return VLOXBase::isLogin(client) && VLOXBase::getUserInfo(client).getVloxID() == vloxId &&
+        return VLOXBase::clientExist(client) && getConfigInt(client, CONFIG_ENCRYPT_POLICY) == 4 &&
+               VLOXBase::isLogin(client) && VLOXBase::getUserInfo(client).getVloxID() == vloxId &&
                !VLOXBase::getUrl(client, CONFIG_AS_HOST, CONFIG_AS_PORT, "x").empty();
     });
     auto other = std::async(std::launch::async,
@@ -589,6 +613,19 @@ TEST_F(StartTest, DeviceIdIsMadeOnce) {
     EXPECT_NE(id, deviceId());
 }
 
+TEST_F(StartTest, DeviceIdIsOneForAllThatMakeItAtOnce) {
+    for (int round = 0; round < 40; ++round) {
+        round % 2 == 0 ? settings.clear() : settings.store("deviceId", "");
+        std::vector<std::future<std::string>> made;
+        for (int racer = 0; racer < 4; ++racer) {
+            made.push_back(std::async(std::launch::async, deviceId));
+        }
+        for (auto& id : made) {
+            EXPECT_EQ(storedSetting("deviceId"), id.get()) << "round " << round;
+        }
+    }
+}
+
 TEST_F(StartTest, DeviceIdThatIsStoredIsKept) {
     struct Row {
         const char* why;
@@ -626,6 +663,32 @@ TEST_F(StartTest, DeviceIdHoldsForOneRunWhereItCannotBeStored) {
     EXPECT_EQ(36U, context(CONTEXT_DEVICE_ID).size());
 }
 
+namespace {
+
+// A static object of a program that is made ahead of everything of the library's, and so goes behind it.
+class LastReader {
+public:
+    explicit LastReader(std::string dataDir) : m_dataDir(std::move(dataDir)) {}
+    ~LastReader() {
+        const Context& context = *Context::getInstance();
+        if (context.getContext(CONTEXT_DATA_DIR, "") != m_dataDir || createVloxClient("app", "late") <= 0 ||
+            NetworkMonitor::getInstance()->getCurrentNetworkInfo().getIPAddress() != kAddress ||
+            ConfigManager::getInstance("late")->getConfig(CONFIG_ENCRYPT_POLICY, 0) != 4 ||
+            destroySDK() != 0) {
+            std::_Exit(5);
+        }
+    }
+    LastReader(const LastReader&) = delete;
+    LastReader& operator=(const LastReader&) = delete;
+
+    static constexpr char kAddress[] = "an address too long to be kept in the text object itself";
+
+private:
+    const std::string m_dataDir;
+};
+
+}  // namespace
+
 TEST(Process, EndsCleanlyWhileTheNetworkIsWatched) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     const vlox_test::UserSettings settings;
@@ -633,9 +696,13 @@ TEST(Process, EndsCleanlyWhileTheNetworkIsWatched) {
     for (int round = 0; round < 5; ++round) {
         EXPECT_EXIT(
             {
+                static const LastReader reader(home.path());
                 std::filesystem::create_directories(home.path("log"));
                 initialize({0, 0, home.path("log").c_str()}, home.path().c_str(), 0);
                 const bool works = createVloxClient("app", "me") > 0;
+                NetworkMonitor::getInstance()->notifyNetworkStatusChanged(std::string(R"({"ipAddress":")") +
+                                                                          LastReader::kAddress + R"("})");
+                NetworkMonitor::getInstance()->getCurrentNetworkInfo();
                 std::error_code inUse;  // on some systems the log's file can't go yet
                 std::filesystem::remove_all(home.path(), inUse);
                 std::exit(works ? 3 : 4);

@@ -1,15 +1,17 @@
 #include "win32/VLOXBase.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <ctime>
 #include <map>
 #include <memory>
-#include <mutex>
+#include <utility>
 #include <vector>
 
 #include "vloxlib/ConfigManager.h"
 #include "vloxlib/http/HttpHelper.h"
 #include "vloxlib/log/vloxLog.h"
+#include "vloxlib/thread/CallbackLock.h"
 #include "vloxlib/thread/Windows/WindowsMutex.h"
 #include "win32/VloxModuleAbstract.h"
 
@@ -28,31 +30,37 @@ struct ClientEntry {
 class ClientTable {
 public:
     void add(__int64 clientId, ClientEntry entry) {
-        std::lock_guard<std::mutex> lock(m_mutex);
+        WindowsMutexGuard lock(m_mutex);
+        m_ids[keyOf(entry.user)] = clientId;
         m_clients[clientId] = std::move(entry);
     }
-    void remove(__int64 clientId) {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_clients.erase(clientId);
+    // What the client held goes without the lock, with the result.
+    ClientEntry remove(__int64 clientId) {
+        WindowsMutexGuard lock(m_mutex);
+        const auto row = m_clients.extract(clientId);
+        if (row.empty()) {
+            return {};
+        }
+        m_ids.erase(keyOf(row.mapped().user));
+        return std::move(row.mapped());
     }
     bool has(__int64 clientId) const {
-        std::lock_guard<std::mutex> lock(m_mutex);
+        WindowsMutexGuard lock(m_mutex);
         return m_clients.count(clientId) != 0;
     }
     bool find(const UserInfo& user, __int64& clientId) const {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        const auto place = std::find_if(m_clients.begin(), m_clients.end(),
-                                        [&](const auto& client) { return client.second.user == user; });
-        if (place == m_clients.end()) {
+        WindowsMutexGuard lock(m_mutex);
+        const auto place = m_ids.find(keyOf(user));
+        if (place == m_ids.end()) {
             return false;
         }
-        clientId = place->first;
+        clientId = place->second;
         return true;
     }
     // Hands the client's row to the reader or writer; says so when there is none.
     template <typename Access>
     bool visit(__int64 clientId, Access access) {
-        std::lock_guard<std::mutex> lock(m_mutex);
+        WindowsMutexGuard lock(m_mutex);
         const auto place = m_clients.find(clientId);
         if (place == m_clients.end()) {
             return false;
@@ -62,31 +70,34 @@ public:
     }
 
 private:
-    mutable std::mutex m_mutex;
-    std::map<__int64, ClientEntry> m_clients;  // guarded by m_mutex
+    using Key = std::pair<std::string, std::string>;
+    static Key keyOf(const UserInfo& user) { return {user.getVloxID(), user.getAppID()}; }
+
+    WindowsMutex m_mutex;
+    std::map<__int64, ClientEntry> m_clients;  // guarded by m_mutex, as are their ids by account
+    std::map<Key, __int64> m_ids;
 };
 
 class ReleaseFuncs {
 public:
     void add(VLOXBase::ReleaseFunc func) {
-        std::lock_guard<std::mutex> lock(m_mutex);
+        WindowsMutexGuard lock(m_mutex);
         m_funcs.push_back(func);
     }
     std::vector<VLOXBase::ReleaseFunc> all() const {
-        std::lock_guard<std::mutex> lock(m_mutex);
+        WindowsMutexGuard lock(m_mutex);
         return m_funcs;
     }
 
 private:
-    mutable std::mutex m_mutex;
+    WindowsMutex m_mutex;
     std::vector<VLOXBase::ReleaseFunc> m_funcs;  // guarded by m_mutex
 };
 
-// The process's registry. Lock order: the registry's mutex, then an InstancesHolder's, then a table's own.
+// The process's registry. Lock order: the modules' lock, then an InstancesHolder's, then a table's own.
 struct Registry {
-    WindowsMutex mutex;  // held across the calls of modules and release functions
-    std::map<__int64, std::vector<VloxModuleAbstract*>> modules;  // guarded by mutex
-    __int64 lastClientId = 0;  // guarded by mutex; 0 before the first client
+    std::map<__int64, std::vector<VloxModuleAbstract*>> modules;  // guarded by the modules' lock
+    __int64 lastClientId = 0;  // guarded by the modules' lock; 0 before the first client
     ClientTable clients;
     ReleaseFuncs releaseFuncs;
 };
@@ -102,6 +113,27 @@ std::size_t countModules(__int64 clientId) {
     return row == registry().modules.end() ? 0 : row->second.size();
 }
 
+std::ptrdiff_t countEntries(__int64 clientId, const VloxModuleAbstract* module) {
+    const auto row = registry().modules.find(clientId);
+    return row == registry().modules.end() ? 0 : std::count(row->second.begin(), row->second.end(), module);
+}
+
+// The first entry of a module, when there is one.
+void takeOut(__int64 clientId, const VloxModuleAbstract* module) {
+    const auto row = registry().modules.find(clientId);
+    if (row == registry().modules.end()) {
+        return;
+    }
+    std::vector<VloxModuleAbstract*>& modules = row->second;
+    const auto place = std::find(modules.begin(), modules.end(), module);
+    if (place != modules.end()) {
+        modules.erase(place);
+    }
+    if (modules.empty()) {
+        registry().modules.erase(row);
+    }
+}
+
 VloxModuleAbstract* moduleAt(__int64 clientId, std::size_t place) {
     return place < countModules(clientId) ? registry().modules[clientId][place] : nullptr;
 }
@@ -110,7 +142,7 @@ VloxModuleAbstract* moduleAt(__int64 clientId, std::size_t place) {
 // leave the walk on stale memory. Modules that come during the walk aren't called.
 template <typename Call>
 void callAcceptingModules(__int64 clientId, int target, Call call) {
-    WindowsMutexGuard lock(registry().mutex);
+    const CallbackLock::Held lock(CallbackLock::modules());
     const std::size_t count = countModules(clientId);
     for (std::size_t place = 0; place < count; ++place) {
         VloxModuleAbstract* const module = moduleAt(clientId, place);
@@ -128,7 +160,7 @@ void logUnknownClient(__int64 clientId) {
 }  // namespace
 
 __int64 VLOXBase::creatClient(const std::string& appId, const std::string& vloxId) {
-    WindowsMutexGuard lock(registry().mutex);
+    const CallbackLock::Held lock(CallbackLock::modules());
     const UserInfo user(appId, vloxId);
     __int64 clientId = 0;
     if (registry().clients.find(user, clientId)) {
@@ -143,13 +175,10 @@ __int64 VLOXBase::creatClient(const std::string& appId, const std::string& vloxI
     return clientId;
 }
 
-bool VLOXBase::clientExist(__int64 clientId) {
-    WindowsMutexGuard lock(registry().mutex);
-    return registry().clients.has(clientId);
-}
+bool VLOXBase::clientExist(__int64 clientId) { return registry().clients.has(clientId); }
 
 int VLOXBase::releaseClient(__int64 clientId) {
-    WindowsMutexGuard lock(registry().mutex);
+    const CallbackLock::Held lock(CallbackLock::modules());
     registry().modules.erase(clientId);
     for (const ReleaseFunc func : registry().releaseFuncs.all()) {
         func(clientId);
@@ -158,15 +187,28 @@ int VLOXBase::releaseClient(__int64 clientId) {
     return 0;
 }
 
-void VLOXBase::registerReleaseFunc(ReleaseFunc func) { registry().releaseFuncs.add(func); }
+void VLOXBase::registerReleaseFunc(ReleaseFunc func) {
+    if (func != nullptr) {
+        registry().releaseFuncs.add(func);
+    }
+}
 
 int VLOXBase::registerModule(__int64 clientId, VloxModuleAbstract* module) {
     if (module == nullptr) {
         return -1;
     }
-    WindowsMutexGuard lock(registry().mutex);
+    const CallbackLock::Held lock(CallbackLock::modules());
+    const std::ptrdiff_t before = countEntries(clientId, module);
     registry().modules[clientId].push_back(module);
-    module->onModuleRegistered(clientId);
+    try {
+        module->onModuleRegistered(clientId);
+    } catch (...) {
+        // Unless it has left by itself: its caller may delete it.
+        if (countEntries(clientId, module) > before) {
+            takeOut(clientId, module);
+        }
+        throw;
+    }
     return 0;
 }
 
@@ -174,18 +216,8 @@ int VLOXBase::unregisterModule(__int64 clientId, VloxModuleAbstract* module) {
     if (module == nullptr) {
         return -1;
     }
-    WindowsMutexGuard lock(registry().mutex);
-    const auto row = registry().modules.find(clientId);
-    if (row != registry().modules.end()) {
-        std::vector<VloxModuleAbstract*>& modules = row->second;
-        const auto place = std::find(modules.begin(), modules.end(), module);
-        if (place != modules.end()) {
-            modules.erase(place);
-        }
-        if (modules.empty()) {
-            registry().modules.erase(row);
-        }
-    }
+    const CallbackLock::Held lock(CallbackLock::modules());
+    takeOut(clientId, module);
     module->onModuleUnregistered();
     return 0;
 }

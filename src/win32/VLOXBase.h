@@ -19,7 +19,9 @@ class VloxModuleAbstract;
 ///
 /// Client ids are signed 64-bit numbers, unique in the process and not kept beyond it.
 /// Threads: any. Commands of all clients are delivered one at a time, on the caller's thread, under one lock
-/// that re-enters. setLogin(), isLogin(), getUserInfo() and getUrl() never wait for a command that runs.
+/// that re-enters; while a module waits in NetworkMonitor, network
+/// listeners may reach modules. clientExist(), setLogin(), isLogin(),
+/// getUserInfo() and getUrl() never wait for a command that runs.
 /// Ownership: modules are not owned; a client's configuration lives at least as long as the client.
 /// Errors: an unknown client id never raises. What a module or a release function throws passes through.
 class VLOX_API VLOXBase {
@@ -38,10 +40,12 @@ public:
     /// Modules are neither told nor deleted: they are to be unloaded before.
     /// @return 0
     static int releaseClient(__int64 clientId);
-    /// @brief Adds a function that releaseClient() calls, under its lock, in the order of registration.
+    /// @brief Adds a function that releaseClient() calls, under its lock, in the order of registration. Null
+    /// is ignored.
     static void registerReleaseFunc(ReleaseFunc func);
 
-    /// @brief Appends a module to the client's, unseen whether client or module are known, and tells it.
+    /// @brief Appends a module to the client's, unseen whether client or module are known, and tells it. One
+    /// that throws is taken out again.
     /// @return 0; -1 for a null module
     static int registerModule(__int64 clientId, VloxModuleAbstract* module);
     /// @brief Takes out the first entry of a module and tells the module, also when there is no entry.

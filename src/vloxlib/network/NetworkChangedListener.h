@@ -57,8 +57,8 @@ public:
 
 /// @brief Base of those who want to hear of network changes; registered with NetworkMonitor.
 ///
-/// Threads: called on the notifying thread, with the monitor's lock held, so that a slow listener holds up
-/// all others. Must not register or unregister from within onNetworkChanged().
+/// Threads: called on the notifying thread, one at a time, so that a slow listener holds up all others. Must
+/// not register or unregister from within onNetworkChanged().
 /// @note The order of the virtual operations is part of the binary interface; the destructor isn't one of
 /// them.
 class VLOX_API NetworkChangedListener {

@@ -5,7 +5,6 @@
 #include <vloxlib/network/NetworkInfo.h>
 #include <vloxlib/thread/Windows/WindowsMutex.h>
 #include <atomic>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -17,9 +16,11 @@ class NetworkChangedListener;
 ///
 /// It is fed by the library's watching thread and by the application. Until the first notification a network
 /// is assumed. Life: one object, never destroyed, since the watching thread may outlive everything else.
-/// Threads: any. Listeners are called on the notifying thread, one notification at a time.
-/// Ownership: listeners are the callers', and have to stay alive until they are unregistered.
-/// Errors: none are reported; a text that is no JSON counts as a notification of no network.
+/// Threads: any. Listeners are called on the notifying thread, one notification at a time; others that
+/// notify, register or unregister wait for its end. A listener may call modules, also while one of them waits
+/// here. Ownership: listeners are the callers', and have to stay alive until they are unregistered. Errors:
+/// none are reported; a text that is no JSON counts as a notification of no network. What a listener throws
+/// is logged at level 4, and the others are told.
 class VLOX_API NetworkMonitor {
 public:
     static NetworkMonitor* getInstance();
@@ -42,14 +43,14 @@ private:
     ~NetworkMonitor() = default;
 
     void setCurrentInfo(const NetworkInfo& info);
+    void tell(NetworkChangedListener& listener) const;
 
     static std::atomic<NetworkType> m_networkType;
 
-    WindowsMutex m_mutex;                              // held across the listeners' calls
-    std::vector<NetworkChangedListener*> m_listeners;  // guarded by m_mutex
-    NetworkInfo m_currentInfo;                         // written under both mutexes, read under either
-    NetworkInfo m_lastInfo;                            // guarded by m_mutex
-    mutable std::mutex m_currentInfoMutex;             // taken last, so that readers don't wait for listeners
+    std::vector<NetworkChangedListener*> m_listeners;  // guarded by the listeners' lock, as is m_lastInfo
+    NetworkInfo m_currentInfo;                         // written under both locks, read under either
+    NetworkInfo m_lastInfo;
+    WindowsMutex m_mutex;  // taken last, so that readers don't wait for listeners
 };
 
 }  // namespace vloxlib
