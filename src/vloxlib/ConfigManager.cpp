@@ -4,7 +4,7 @@
 
 namespace vloxlib {
 
-InstancesHolder<ConfigManager> ConfigManager::s_holder;
+InstancesHolder<ConfigManager>& ConfigManager::s_holder = *new InstancesHolder<ConfigManager>;
 
 std::shared_ptr<ConfigManager> ConfigManager::getInstance(const std::string& key) {
     return s_holder.getInstance(key);

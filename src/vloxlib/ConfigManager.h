@@ -38,7 +38,7 @@ public:
     const std::string& getVloxId() const;
 
 private:
-    static InstancesHolder<ConfigManager> s_holder;
+    static InstancesHolder<ConfigManager>& s_holder;  // never destroyed
 
     WindowsMutex m_mutex;
     std::map<_ConfigKey, std::string> m_table;  // guarded by m_mutex

@@ -5,8 +5,8 @@
 namespace vloxlib {
 
 Context* Context::getInstance() {
-    static Context instance;
-    return &instance;
+    static Context* const instance = new Context;  // never destroyed: threads may outlive static objects
+    return instance;
 }
 
 Context::Context() = default;

@@ -26,7 +26,7 @@ enum ContextKey : int {
 
 /// @brief The process's one table of facts that belong to no client, filled by initialize().
 ///
-/// Values are held as text, as in ConfigManager.
+/// Values are held as text, as in ConfigManager. Life: never destroyed.
 /// Threads: any. Errors: none are reported; an absent key gives the caller's default.
 class VLOX_API Context : public Noncopyable {
 public:

@@ -1,10 +1,11 @@
 #ifndef VLOXLIB_INSTANCESHOLDER_H
 #define VLOXLIB_INSTANCESHOLDER_H
 
-#include <Poco/Mutex.h>
-
 #include <vloxlib/Noncopyable.h>
 #include <vloxlib/UserInfo.h>
+#include <vloxlib/thread/Windows/WindowsMutex.h>
+#include <cstddef>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <string>
@@ -34,13 +35,13 @@ public:
 
 private:
     static const std::string& accountOf(const std::string& key) {
-        static const std::string unknownAccount = "uuId";
+        static const auto& unknownAccount = *new std::string("uuId");
         return key.empty() ? unknownAccount : key;
     }
 
     template <typename Origin>
     std::shared_ptr<T> findOrMake(const std::string& account, const Origin& origin) {
-        Poco::FastMutex::ScopedLock lock(m_mutex);
+        WindowsMutexGuard lock(m_mutex);
         const auto place = m_instances.find(account);
         if (place != m_instances.end()) {
             if (std::shared_ptr<T> living = place->second.lock()) {
@@ -48,17 +49,33 @@ private:
             }
         }
         auto made = std::make_shared<T>(origin);
+        dropDead();
         m_instances[account] = made;
         return made;
     }
 
+    // Whenever twice as many are kept as were alive the last time: a new one so costs the same, however many
+    // come and go.
+    void dropDead() {
+        if (m_instances.size() < m_dropAt) {
+            return;
+        }
+        for (auto place = m_instances.begin(); place != m_instances.end();) {
+            place = place->second.expired() ? m_instances.erase(place) : std::next(place);
+        }
+        m_dropAt = 2 * m_instances.size() + kFewest;
+    }
+
     void forget(const std::string& account) {
-        Poco::FastMutex::ScopedLock lock(m_mutex);
+        WindowsMutexGuard lock(m_mutex);
         m_instances.erase(account);
     }
 
-    Poco::FastMutex m_mutex;
+    static constexpr std::size_t kFewest = 16;
+
+    WindowsMutex m_mutex;
     std::map<std::string, std::weak_ptr<T>> m_instances;  // guarded by m_mutex
+    std::size_t m_dropAt = kFewest;                       // guarded by m_mutex
 };
 
 }  // namespace vloxlib

@@ -26,7 +26,7 @@ std::string unquoted(const std::string& written) {
 }  // namespace
 
 std::string productName() {
-    static const std::string key = "PRETTY_NAME=";
+    const std::string key = "PRETTY_NAME=";
     std::ifstream release("/etc/os-release");
     for (std::string line; std::getline(release, line);) {
         if (line.compare(0, key.size(), key) == 0) {

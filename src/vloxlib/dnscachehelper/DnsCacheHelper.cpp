@@ -35,7 +35,7 @@ void forwardToLogger(DNSCache_TRACE_LEVELS level, const char* text) {
 }  // namespace
 
 DnsCacheHelper& DnsCacheHelper::getInstance() {
-    static DnsCacheHelper instance;
+    static auto& instance = *new DnsCacheHelper;  // never destroyed: requests may outlive static objects
     return instance;
 }
 

@@ -23,7 +23,7 @@ std::string randomLetters() {
 ASymNoEncryptStrategy::ASymNoEncryptStrategy() : QCLAsymStrategy("ASymNoEncryptStrategy") {}
 
 std::string ASymNoEncryptStrategy::getSecretKeyBase64() {
-    static const std::string filler = Base64::encode(randomLetters());
+    static const auto& filler = *new std::string(Base64::encode(randomLetters()));
     return filler;
 }
 

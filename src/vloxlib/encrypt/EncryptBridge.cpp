@@ -33,7 +33,7 @@ private:
 
 }  // namespace
 
-InstancesHolder<EncryptBridge> EncryptBridge::s_instanceHolder;
+InstancesHolder<EncryptBridge>& EncryptBridge::s_instanceHolder = *new InstancesHolder<EncryptBridge>;
 
 std::shared_ptr<EncryptBridge> EncryptBridge::getInstance(const std::string& uuid) {
     return s_instanceHolder.getInstance(uuid);

@@ -70,7 +70,7 @@ private:
     void publish(const Relation& relation, ASYM_ENCRYPT_TYPE asymType, SYM_ENCRYPT_TYPE symType);
     Relation relation() const;
 
-    static InstancesHolder<EncryptBridge> s_instanceHolder;
+    static InstancesHolder<EncryptBridge>& s_instanceHolder;  // never destroyed
 
     const std::string m_tag;
     std::shared_ptr<QCLAsymStrategy> m_asymStrategy;    // guarded by m_stateMutex

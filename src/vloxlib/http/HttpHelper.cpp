@@ -35,7 +35,7 @@ struct HttpHelper::Request {
     rapidjson::Document& document;
 };
 
-InstancesHolder<HttpHelper> HttpHelper::s_instanceHolder;
+InstancesHolder<HttpHelper>& HttpHelper::s_instanceHolder = *new InstancesHolder<HttpHelper>;
 
 std::shared_ptr<HttpHelper> HttpHelper::getInstance(const UserInfo& userInfo) {
     return s_instanceHolder.getInstance(userInfo);

@@ -126,7 +126,7 @@ public:
     /// @}
 
 private:
-    static InstancesHolder<HttpHelper> s_instanceHolder;
+    static InstancesHolder<HttpHelper>& s_instanceHolder;  // never destroyed
 
     static int creatHttpRequest(HTTPMethod method, HttpClient& client, const std::string& url);
 

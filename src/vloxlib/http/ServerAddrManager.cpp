@@ -20,7 +20,8 @@ bool holds(const std::string& text, const std::string& part) { return text.find(
 
 }  // namespace
 
-InstancesHolder<ServerAddrManager> ServerAddrManager::s_instanceHolder;
+InstancesHolder<ServerAddrManager>& ServerAddrManager::s_instanceHolder =
+    *new InstancesHolder<ServerAddrManager>;
 
 std::shared_ptr<ServerAddrManager> ServerAddrManager::getInstance(const UserInfo& userInfo) {
     return s_instanceHolder.getInstance(userInfo);

@@ -58,7 +58,7 @@ public:
     bool replaceServerAddressOfConfig(_ConfigKey key, _ConfigKey otherKey, const std::string& unused);
 
 private:
-    static InstancesHolder<ServerAddrManager> s_instanceHolder;
+    static InstancesHolder<ServerAddrManager>& s_instanceHolder;  // never destroyed
 
     int queryServerAddress(const std::string& host, const std::string& port, rapidjson::Document& document,
                            JsonValue& result);
