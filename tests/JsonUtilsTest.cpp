@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -119,12 +120,22 @@ TEST(RapidJsonUtils, ArrayTextsGiveTheirElementsOfOneType) {
     }
 }
 
+TEST(RapidJsonUtils, WhatIsNoNumberIsWrittenAsNull) {
+    auto value = parsed(R"({"before":[1.5],"number":0,"after":true})");
+    for (const double number : {std::nan(""), HUGE_VAL, -HUGE_VAL}) {
+        value["number"].SetDouble(number);
+        EXPECT_EQ(R"({"before":[1.5],"number":null,"after":true})", RapidJsonUtils::jsonToString(value));
+    }
+}
+
 TEST(RapidJsonUtils, DeepNestingIsRefusedBeforeItCanExhaustTheStack) {
     rapidjson::Document document;
     EXPECT_FALSE(RapidJsonUtils::parse(std::string(10'000'000, '['), document));
     EXPECT_TRUE(document.IsNull());
     EXPECT_TRUE(RapidJsonUtils::parse(std::string(500, '[') + std::string(500, ']'), document));
-    EXPECT_TRUE(RapidJsonUtils::parse('"' + std::string(5000, '[') + "\\\"[\"", document)) << "inside a text";
+    EXPECT_TRUE(RapidJsonUtils::parse("\"\\\"" + std::string(5000, '[') + '"', document)) << "inside a text";
+    EXPECT_FALSE(RapidJsonUtils::parse("[\"\\\\\"," + std::string(10'000'000, '['), document))
+        << "behind one";
     EXPECT_TRUE(RapidJsonUtils::parse('[' + std::string(2000, ' ') + "[],[]]", document)) << "side by side";
 }
 
@@ -141,6 +152,7 @@ TEST(StringUtils, ReplaceDoesNotLookAtWhatItPutIn) {
         {"shorter", "xaax", "aa", "", "xx"},
         {"nothing found", "abc", "d", "e", "abc"},
         {"made anew by the replacement", "aab", "ab", "b", "ab"},
+        {"hits side by side, and what follows", "aabaac", "a", "bab", "babbabbbabbabc"},
         {"an empty pattern", "abc", "", "x", "abc"},
     };
     for (const Row& row : rows) {

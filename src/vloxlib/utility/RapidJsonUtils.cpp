@@ -3,6 +3,7 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -81,6 +82,12 @@ void appendTexts(const JsonValue& array, std::vector<std::string>& texts) {
         }
     }
 }
+
+// JSON has no number for what isn't finite, and a writer that refuses leaves half a text.
+struct TextWriter : rapidjson::Writer<rapidjson::StringBuffer> {
+    using Writer::Writer;
+    bool Double(double number) { return std::isfinite(number) ? Writer::Double(number) : Null(); }
+};
 
 bool parseArray(const std::string& text, rapidjson::Document& document) {
     return RapidJsonUtils::parse(text, document) && document.IsArray();
@@ -182,7 +189,7 @@ bool RapidJsonUtils::jsonArrayToStringVector(const std::string& text, std::vecto
 
 std::string RapidJsonUtils::jsonToString(const JsonValue& value) {
     rapidjson::StringBuffer buffer;
-    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+    TextWriter writer(buffer);
     value.Accept(writer);
     return {buffer.GetString(), buffer.GetSize()};
 }

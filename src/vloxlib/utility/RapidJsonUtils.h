@@ -45,7 +45,8 @@ public:
     /// @brief True for the text of an array; its texts are appended, other elements skipped.
     static bool jsonArrayToStringVector(const std::string& text, std::vector<std::string>& elements);
 
-    static std::string jsonToString(const JsonValue& value);  ///< @return the compact text, without blanks
+    /// @return the compact text, without blanks; a number that isn't finite becomes null
+    static std::string jsonToString(const JsonValue& value);
 
 private:
     RapidJsonUtils() = default;

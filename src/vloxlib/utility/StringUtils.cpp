@@ -4,7 +4,7 @@
 
 namespace vloxlib {
 
-const std::string StringUtils::EMPTY;
+const std::string& StringUtils::EMPTY = *new std::string;
 
 std::string StringUtils::randomStr(int length) {
     std::string letters;
@@ -18,8 +18,14 @@ void StringUtils::stringReplace(std::string& text, const std::string& from, std:
     if (from.empty()) {
         return;
     }
-    for (auto hit = text.find(from); hit != std::string::npos; hit = text.find(from, hit + to.size())) {
-        text.replace(hit, from.size(), to);
+    std::string replaced;
+    std::size_t done = 0;
+    for (auto hit = text.find(from); hit != std::string::npos; hit = text.find(from, done)) {
+        replaced.append(text, done, hit - done).append(to);
+        done = hit + from.size();
+    }
+    if (done > 0) {
+        text = replaced.append(text, done);
     }
 }
 

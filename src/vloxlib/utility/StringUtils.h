@@ -9,7 +9,7 @@ namespace vloxlib {
 /// @brief Small operations on text. Threads: any; randomStr() draws from the process's one `rand`.
 class VLOX_API StringUtils {
 public:
-    static const std::string EMPTY;  ///< The empty text.
+    static const std::string& EMPTY;  ///< The empty text; never destroyed.
 
     /// @brief Lower-case letters from `rand`, which nobody seeds here: not for secrets.
     /// @return so many letters; the empty text for a length below 1
