@@ -572,6 +572,18 @@ TEST_F(StoreTest, TimeoutSweepTakesExpiredTasksOfTypeOneAtLevelFour) {
     EXPECT_EQ(4, rows("table_task"));
     EXPECT_EQ(SQLITE_OK, store().sweepTimeoutTasks(-812, count));
     EXPECT_EQ(0, count);
+
+    // Nobody has taken the first one's result.
+    for (const int code : {-812, -9}) {
+        addTask("expired", 1, 1, QoS::qosRetryUtilTimeout(0), "again");
+        addTask("goes on" + std::to_string(code), 1, 1, QoS::qosRetryUtilTimeout(0));
+        EXPECT_EQ(SQLITE_OK, code == -9 ? store().sweepTaskWithQosRetryProcess(code)
+                                        : store().sweepTimeoutTasks(code, count));
+        EXPECT_EQ(1, rows("table_result WHERE result_id='goes on" + std::to_string(code) + "'"));
+        EXPECT_EQ(1, rows("table_task WHERE task_id='expired'"));
+        EXPECT_EQ(1, rows("table_result WHERE result_data='its data'"));
+        store().deleteTask("expired");
+    }
 }
 
 TEST_F(StoreTest, ProcessSweepLeavesForeverAndFiles) {

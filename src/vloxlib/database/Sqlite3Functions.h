@@ -170,7 +170,8 @@ public:
     /// @}
 
     /// @name Sweeps: from task to result, in one transaction
-    /// A result with the same id and type already stored gives 19, and the task stays.
+    /// A result with the same id and type already stored gives 19, and the task stays; in the last two, which
+    /// take all tasks of a kind, it stays too, and the others go.
     /// @{
     int sweepTask(const std::string& id, int returnCode);  ///< The task's payload becomes the result's data.
     int sweepTask(const std::string& id, int returnCode,

@@ -204,7 +204,9 @@ int Sqlite3Functions::moveSelected(const char* method, const char* insertSql, co
     if (const int rc = insert.run(); rc != SQLITE_OK) {
         return rc;
     }
+    const int inserted = sqlite3_changes(m_db);
     Statement remove(*this, method, deleteSql);
+    remove.bind(inserted);
     const int rc = remove.run();
     if (rc == SQLITE_OK) {
         count = sqlite3_changes(m_db);
@@ -212,22 +214,31 @@ int Sqlite3Functions::moveSelected(const char* method, const char* insertSql, co
     return rc;
 }
 
-#define INSERT_RESULTS_OF_TASKS                                                 \
-    "INSERT INTO table_result (result_id,type,result_data,return_code,status) " \
-    "SELECT table_task.task_id, table_task.type, table_task.task_data, ?, 0 FROM table_task "
+// A task whose id and kind have a result that nobody has taken yet stays behind; the others don't wait for
+// it.
+#define INSERT_RESULTS_OF_TASKS(condition)                                                    \
+    "INSERT INTO table_result (result_id,type,result_data,return_code,status) "               \
+    "SELECT table_task.task_id, table_task.type, table_task.task_data, ?, 0 FROM table_task " \
+    "WHERE " condition                                                                        \
+    " AND NOT EXISTS (SELECT 1 FROM table_result WHERE result_id=task_id "                    \
+    "AND table_result.type=table_task.type) ORDER BY id ASC;"
+
+// Only what the insert took, which are the last results: a task whose second strikes between the two is the
+// next sweep's.
+#define DELETE_TASKS_WITH_RESULTS(condition)                         \
+    "DELETE FROM table_task WHERE " condition                        \
+    " AND EXISTS (SELECT 1 FROM table_result "                       \
+    "WHERE result_id=task_id AND table_result.type=table_task.type " \
+    "AND table_result.id > (SELECT MAX(id) FROM table_result) - ?);"
+
+#define EXPIRED "type=1 AND qos=4 AND ((strftime('%s', 'now') - create_time) >= qos_para)"
+#define ENDS_WITH_THE_PROCESS "type!=8 and qos IN (2,3,4)"
 
 int Sqlite3Functions::sweepTimeoutTasks(int returnCode, int& count) {
     Sqlite3Guard lock(m_lock);
     Transaction transaction(*this);
-    const int rc = moveSelected(
-        "sweepTimeoutTasks",
-        INSERT_RESULTS_OF_TASKS
-        "WHERE type=1 AND qos=4 AND ((strftime('%s', 'now') - create_time) >= qos_para) ORDER BY id ASC;",
-        // Only what the insert took: a task whose second strikes between the two is the next sweep's.
-        "DELETE FROM table_task WHERE type=1 AND qos=4 AND ((strftime('%s', 'now') - create_time) >= "
-        "qos_para) "
-        "AND EXISTS (SELECT 1 FROM table_result WHERE result_id=task_id AND table_result.type=1);",
-        returnCode, count);
+    const int rc = moveSelected("sweepTimeoutTasks", INSERT_RESULTS_OF_TASKS(EXPIRED),
+                                DELETE_TASKS_WITH_RESULTS(EXPIRED), returnCode, count);
     return rc != SQLITE_OK ? rc : transaction.commit();
 }
 
@@ -236,9 +247,8 @@ int Sqlite3Functions::sweepTaskWithQosRetryProcess(int returnCode) {
     Transaction transaction(*this);
     int count = 0;
     if (const int rc =
-            moveSelected("sweepTaskWithQosRetryProcess",
-                         INSERT_RESULTS_OF_TASKS "WHERE type!=8 and qos IN (2,3,4) ORDER BY id ASC;",
-                         "DELETE FROM table_task WHERE type!=8 and qos IN (2,3,4);", returnCode, count);
+            moveSelected("sweepTaskWithQosRetryProcess", INSERT_RESULTS_OF_TASKS(ENDS_WITH_THE_PROCESS),
+                         DELETE_TASKS_WITH_RESULTS(ENDS_WITH_THE_PROCESS), returnCode, count);
         rc != SQLITE_OK) {
         return rc;
     }
