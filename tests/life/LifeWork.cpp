@@ -82,7 +82,8 @@ private:
     [[noreturn]] void liveAsChild() {
         alarm(kChildLimit);
         start();
-        useClient("child");
+        setConfigInt(createVloxClient("app", "account 0"), CONFIG_ENCRYPT_POLICY, 0);
+        useModule("account 0");
         NetworkMonitor::getInstance()->notifyNetworkStatusChanged("{}");
         if (m_random() % 2 == 0) {
             destroySDK();
