@@ -1,5 +1,6 @@
 // The ciphers and the key wrapping, beside OpenSSL's own interface doing the same work.
 #include <benchmark/benchmark.h>
+#include <openssl/core_names.h>
 #include <openssl/evp.h>
 #include <quilcrypto/QuilCryptoLib.h>
 #include <quilcrypto/Sm2.h>
@@ -194,19 +195,70 @@ void wrapSm2(benchmark::State& state) {
 }
 BENCHMARK(wrapSm2)->Name("Crypto/SM2 wrap/vlox")->UseRealTime();
 
+bool wrapBare(EVP_PKEY* key) {
+    const std::unique_ptr<EVP_PKEY_CTX, Deleter> context(EVP_PKEY_CTX_new(key, nullptr));
+    std::size_t length = 0;
+    EVP_PKEY_encrypt_init(context.get());
+    EVP_PKEY_encrypt(context.get(), nullptr, &length, bytes(kSessionKey), 16);
+    std::vector<unsigned char> wrapped(length);
+    return EVP_PKEY_encrypt(context.get(), wrapped.data(), &length, bytes(kSessionKey), 16) == 1;
+}
+
 void wrapSm2Bare(benchmark::State& state) {
     const Key key(EVP_PKEY_Q_keygen(nullptr, nullptr, "SM2"));
     for (auto _ : state) {
-        const std::unique_ptr<EVP_PKEY_CTX, Deleter> context(EVP_PKEY_CTX_new(key.get(), nullptr));
-        std::size_t length = 0;
-        EVP_PKEY_encrypt_init(context.get());
-        EVP_PKEY_encrypt(context.get(), nullptr, &length, bytes(kSessionKey), 16);
-        std::vector<unsigned char> wrapped(length);
-        if (EVP_PKEY_encrypt(context.get(), wrapped.data(), &length, bytes(kSessionKey), 16) != 1) {
+        if (!wrapBare(key.get())) {
             state.SkipWithError("not wrapped");
         }
     }
 }
+
+// More keys than are kept, so that each is as good as never seen.
+std::vector<sm2::Bytes> manyPoints() {
+    std::vector<sm2::Bytes> points(100);
+    for (sm2::Bytes& point : points) {
+        point = sm2::PrivateKey::generate()->toPoint();
+    }
+    return points;
+}
+
+void wrapSm2NewKey(benchmark::State& state) {
+    const std::vector<sm2::Bytes> points = manyPoints();
+    std::size_t next = 0;
+    for (auto _ : state) {
+        const sm2::Bytes& point = points[next++ % points.size()];
+        void* key = nullptr;
+        QCLCreateSM2PubKeyObjectFromMem(&key, point.data(), static_cast<unsigned int>(point.size()), 0);
+        const PublicKey owner(key);
+        if (!wrap(key)) {
+            state.SkipWithError("not wrapped");
+        }
+    }
+}
+BENCHMARK(wrapSm2NewKey)->Name("Crypto/SM2 wrap with a new key/vlox")->UseRealTime();
+
+void wrapSm2NewKeyBare(benchmark::State& state) {
+    std::vector<sm2::Bytes> points = manyPoints();
+    std::size_t next = 0;
+    for (auto _ : state) {
+        sm2::Bytes& point = points[next++ % points.size()];
+        OSSL_PARAM parameters[] = {
+            OSSL_PARAM_construct_utf8_string(OSSL_PKEY_PARAM_GROUP_NAME, const_cast<char*>("SM2"), 0),
+            OSSL_PARAM_construct_octet_string(OSSL_PKEY_PARAM_PUB_KEY, point.data(), point.size()),
+            OSSL_PARAM_construct_end()};
+        const std::unique_ptr<EVP_PKEY_CTX, Deleter> context(
+            EVP_PKEY_CTX_new_from_name(nullptr, "SM2", nullptr));
+        EVP_PKEY* made = nullptr;
+        EVP_PKEY_fromdata_init(context.get());
+        EVP_PKEY_fromdata(context.get(), &made, EVP_PKEY_PUBLIC_KEY, parameters);
+        const Key key(made);
+        if (!wrapBare(key.get())) {
+            state.SkipWithError("not wrapped");
+        }
+    }
+}
+BENCHMARK(wrapSm2NewKeyBare)->Name("Crypto/SM2 wrap with a new key/bare")->UseRealTime();
+
 // The yardstick of all three ways of wrapping.
 BENCHMARK(wrapSm2Bare)->Name("Crypto/SM2 wrap/bare")->UseRealTime();
 BENCHMARK(wrapSm2Bare)->Name("Crypto/SM9 wrap anew/bare")->UseRealTime();
@@ -215,12 +267,12 @@ BENCHMARK(wrapSm2Bare)->Name("Crypto/SM9 wrap kept/bare")->UseRealTime();
 // A parameter object and a public key object under it, for one identity.
 class Sm9Objects {
 public:
-    explicit Sm9Objects(const sm9::Bytes& der) {
+    explicit Sm9Objects(const sm9::Bytes& der, const std::string& identity = "server@vlox.example") {
         unsigned int family = 0;
         QCLCreateIBCParamObjectFromMem(&m_parameters, der.data(), static_cast<unsigned int>(der.size()));
         QCLGetIBCParamAttribute(m_parameters, QCL_ATTRIBUTE_ALGORITHM, &family, nullptr);
-        QCLCreateIBCPubKeyObjectEx(&m_key, QCL_SM9_ENCRYPTION, m_parameters, bytes(kIdentity),
-                                   static_cast<unsigned int>(kIdentity.size()), 0, 1, nullptr, 0);
+        QCLCreateIBCPubKeyObjectEx(&m_key, QCL_SM9_ENCRYPTION, m_parameters, bytes(identity),
+                                   static_cast<unsigned int>(identity.size()), 0, 1, nullptr, 0);
     }
     ~Sm9Objects() {
         QCLDestroyPubKeyObject(m_key);
@@ -231,15 +283,16 @@ public:
     void* key() const { return m_key; }
 
 private:
-    const std::string kIdentity = "server@vlox.example";
     void* m_parameters = nullptr;
     void* m_key = nullptr;
 };
 
+// Another identity each time: what was made for one is kept for the process.
 void wrapSm9Anew(benchmark::State& state) {
     const sm9::Bytes der = sm9::MasterKey::generate()->parameters().toDer();
+    int next = 0;
     for (auto _ : state) {
-        const Sm9Objects objects(der);
+        const Sm9Objects objects(der, "server" + std::to_string(next++) + "@vlox.example");
         if (!wrap(objects.key())) {
             state.SkipWithError("not wrapped");
         }
@@ -259,5 +312,24 @@ void wrapSm9Kept(benchmark::State& state) {
     }
 }
 BENCHMARK(wrapSm9Kept)->Name("Crypto/SM9 wrap kept/vlox")->UseRealTime();
+
+// A bridge into another zone, as each client makes it: to a server that another bridge of the process knows,
+// and to one that none has seen, which is what every bridge cost before the servers' tables were shared.
+void newBridge(benchmark::State& state, bool known) {
+    const sm9::Bytes der = sm9::MasterKey::generate()->parameters().toDer();
+    const std::string parameters = Base64::encode(std::string(der.begin(), der.end()));
+    int next = 0;
+    for (auto _ : state) {
+        EncryptBridge bridge(SYM_AES128_CBC, ASYM_SM9, "server" + std::to_string(known ? 0 : next++),
+                             parameters);
+        if (bridge.getSecretKeyBase64().empty()) {
+            state.SkipWithError("no key");
+        }
+    }
+}
+BENCHMARK_CAPTURE(newBridge, known, true)->Name("Crypto/SM9 wrap through a new bridge/vlox")->UseRealTime();
+BENCHMARK_CAPTURE(newBridge, unknown, false)
+    ->Name("Crypto/SM9 wrap through a new bridge/bare")
+    ->UseRealTime();
 
 }  // namespace

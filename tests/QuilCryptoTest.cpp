@@ -209,7 +209,7 @@ TEST(QuilCiphers, MalformedCipherTextsAreRefused) {
     EXPECT_EQ(QCL_ERROR_LENGTH, run(QCLCryptDecrypt, QCL_AES128_BLOCK, kKey, kIv, sealed, 64).result);
 }
 
-TEST(QuilSm2, OpensKnownAnswersAndRefusesTheirForgeries) {
+TEST(QuilSm2, KnownAnswersBothWaysAndForgeriesRefused) {
     const rapidjson::Document all = vectors("sm2-sm4-vectors.json");
     for (const auto& vector : all["sm2"]["encrypt"].GetArray()) {
         SCOPED_TRACE(vector["name"].GetString());
@@ -219,6 +219,12 @@ TEST(QuilSm2, OpensKnownAnswersAndRefusesTheirForgeries) {
         const auto plain = key->decrypt(bytesOf(vector, "der"));
         ASSERT_TRUE(plain);
         EXPECT_EQ(bytesOf(vector, "plain"), text(*plain));
+        const auto publicKey = sm2::EncryptionKey::fromPoint(fromHex(vector["public_xy"].GetString()));
+        ASSERT_TRUE(publicKey);
+        for (int use = 0; use < 2 && vector.HasMember("k"); ++use) {  // without the kept table, then with it
+            EXPECT_EQ(vector["der"].GetString(),
+                      toHex(text(*publicKey->encryptWith(bytesOf(vector, "k"), bytesOf(vector, "plain")))));
+        }
     }
     for (const auto& vector : all["sm2"]["reject"].GetArray()) {
         SCOPED_TRACE(vector["name"].GetString());

@@ -1,6 +1,7 @@
 // Run under valgrind, which reports every branch and every address that depends on memory marked as
 // undefined. The secrets are marked so; results are public and are given back before they are looked at. With
 // the argument "branch" the program shows a secret on purpose, to prove that it would be seen.
+#include <quilcrypto/Sm2Curve.h>
 #include <quilcrypto/sm9/Curve.h>
 #include <quilcrypto/sm9/Pairing.h>
 #include <valgrind/memcheck.h>
@@ -34,6 +35,14 @@ bool secretsStayHidden(const Word256& k) {
            fits(bySender, byReceiver);
 }
 
+// The same for SM2: a receiver's key and a sender's number.
+bool sm2SecretsStayHidden(const Word256& k) {
+    const vloxlib::sm2::Point p = vloxlib::sm2::tableOfGenerator().multiply(k);
+    const vloxlib::sm2::AffinePoint byTable = vloxlib::sm2::PointTable(p).multiply(k).toAffine();
+    const vloxlib::sm2::AffinePoint byWindows = multiply(k, p).toAffine();
+    return publish(byTable).isOnCurve() && publish(byTable).x == publish(byWindows).x;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -41,7 +50,7 @@ int main(int argc, char** argv) {
     for (const std::uint64_t low : {0x123456789abcdef1ULL, 0x0fedcba987654320ULL}) {  // odd and even
         Word256 k{low, 0x13579bdf02468aceULL, 0xfedcba9876543210ULL, 0x0123456789abcdefULL};
         VALGRIND_MAKE_MEM_UNDEFINED(&k, sizeof k);
-        good = secretsStayHidden(k) && good;
+        good = secretsStayHidden(k) && sm2SecretsStayHidden(k) && good;
         if (argc > 1 && std::strcmp(argv[1], "branch") == 0 && k[0] == 1) std::puts("one");
     }
     return good ? 0 : 2;

@@ -2,6 +2,7 @@
 // that two unrelated programs agreed on; the field is compared with OpenSSL's integers.
 #include <gtest/gtest.h>
 #include <openssl/bn.h>
+#include <quilcrypto/Sm2Curve.h>
 #include <quilcrypto/sm9/Curve.h>
 #include <quilcrypto/sm9/Hash.h>
 #include <quilcrypto/sm9/Pairing.h>
@@ -181,6 +182,7 @@ TEST_F(Sm9, FieldsAgreeWithOpenSsl) {
     };
     check(Fp(), FieldPrime::kModulus);
     check(Fn(), GroupOrder::kModulus);
+    check(vloxlib::sm2::Fp(), vloxlib::sm2::FieldPrime::kModulus);
 }
 
 TEST_F(Sm9, TowerKeepsTheLawsOfAField) {

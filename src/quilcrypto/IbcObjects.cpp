@@ -3,6 +3,7 @@
 #include <fstream>
 #include <string>
 
+#include "quilcrypto/KeyCache.h"
 #include "quilcrypto/Objects.h"
 #include "quilcrypto/ParameterText.h"
 #include "quilcrypto/QuilCryptoLib.h"
@@ -18,15 +19,25 @@ constexpr unsigned int kSm9Family = 0x22000000;  // what names QCL_SM9_ENCRYPTIO
 
 class Sm9PublicKey : public PublicKey {
 public:
-    explicit Sm9PublicKey(sm9::EncryptionKey key) : m_key(std::move(key)) {}
+    explicit Sm9PublicKey(std::shared_ptr<const sm9::EncryptionKey> key) : m_key(std::move(key)) {}
     std::size_t capacityFor(std::size_t plainLength) const override {
         return sm9::EncryptionKey::cipherSize(plainLength);
     }
-    std::optional<sm9::Bytes> encrypt(sm9::ByteView plain) const override { return m_key.encrypt(plain); }
+    std::optional<sm9::Bytes> encrypt(sm9::ByteView plain) const override { return m_key->encrypt(plain); }
 
 private:
-    const sm9::EncryptionKey m_key;
+    const std::shared_ptr<const sm9::EncryptionKey> m_key;
 };
+
+// Shared by the process: a second client of a server, or a new bridge to it, finds the tables made.
+std::shared_ptr<const sm9::EncryptionKey> keyOf(const sm9::SystemParameters& parameters,
+                                                sm9::ByteView identity) {
+    static auto& cache = *new KeyCache<sm9::EncryptionKey>(kKeptKeys);  // threads may outlive static objects
+    const sm9::Bytes point = parameters.toPoint();
+    std::string name(point.begin(), point.end());  // always as long
+    name.append(identity.begin(), identity.end());
+    return cache.get(name, [&] { return std::make_shared<const sm9::EncryptionKey>(parameters, identity); });
+}
 
 // The file's content, at most one byte more than parameters may have; nothing when it can't be read.
 std::optional<std::string> contentOf(const char* path) {
@@ -161,8 +172,7 @@ int QCLCreateIBCPubKeyObjectEx(void** key, int algorithm, void* parameters, cons
         return QCL_ERROR_RESERVED;
     }
     return guarded([&]() -> int {
-        sm9::EncryptionKey made(*domain->values, {identity, identityLength});
-        *key = handleOf(std::make_unique<Sm9PublicKey>(std::move(made)));
+        *key = handleOf(std::make_unique<Sm9PublicKey>(keyOf(*domain->values, {identity, identityLength})));
         return QCL_SUCCESS;
     });
 }

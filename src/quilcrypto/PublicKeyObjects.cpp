@@ -1,9 +1,12 @@
 // Public key objects: making one of an SM2 key, and encrypting under any of them.
 #include <cstring>
+#include <string>
 
+#include "quilcrypto/KeyCache.h"
 #include "quilcrypto/Objects.h"
 #include "quilcrypto/QuilCryptoLib.h"
 #include "quilcrypto/Sm2.h"
+#include "quilcrypto/Sm2Openssl.h"
 
 using namespace vloxlib;
 using namespace vloxlib::quil;
@@ -12,17 +15,32 @@ namespace {
 
 constexpr unsigned int kMostPlain = 255;  // it is keys that are wrapped
 
+#ifdef VLOX_SM2_OPENSSL
+using Sm2EncryptionKey = sm2::openssl::EncryptionKey;
+#else
+using Sm2EncryptionKey = sm2::EncryptionKey;
+#endif
+
 class Sm2PublicKey : public PublicKey {
 public:
-    explicit Sm2PublicKey(sm2::EncryptionKey key) : m_key(std::move(key)) {}
+    explicit Sm2PublicKey(std::shared_ptr<const Sm2EncryptionKey> key) : m_key(std::move(key)) {}
     std::size_t capacityFor(std::size_t plainLength) const override {
         return sm2::EncryptionKey::capacityFor(plainLength);
     }
-    std::optional<sm9::Bytes> encrypt(sm9::ByteView plain) const override { return m_key.encrypt(plain); }
+    std::optional<sm9::Bytes> encrypt(sm9::ByteView plain) const override { return m_key->encrypt(plain); }
 
 private:
-    const sm2::EncryptionKey m_key;
+    const std::shared_ptr<const Sm2EncryptionKey> m_key;
 };
+
+// Shared by the process: who comes second to a key profits from the table that the first has made.
+std::shared_ptr<const Sm2EncryptionKey> keyOf(sm9::ByteView point) {
+    static auto& cache = *new KeyCache<Sm2EncryptionKey>(kKeptKeys);  // threads may outlive static objects
+    return cache.get(std::string(point.begin(), point.end()), [&] {
+        std::optional<Sm2EncryptionKey> key = Sm2EncryptionKey::fromPoint(point);
+        return key ? std::make_shared<const Sm2EncryptionKey>(std::move(*key)) : nullptr;
+    });
+}
 
 }  // namespace
 
@@ -42,11 +60,11 @@ int QCLCreateSM2PubKeyObjectFromMem(void** key, const unsigned char* bytes, unsi
         return QCL_ERROR_RESERVED;
     }
     return guarded([&]() -> int {
-        std::optional<sm2::EncryptionKey> point = sm2::EncryptionKey::fromPoint({bytes, length});
-        if (!point) {
+        std::shared_ptr<const Sm2EncryptionKey> made = keyOf({bytes, length});
+        if (!made) {
             return QCL_ERROR_KEY;
         }
-        *key = handleOf(std::make_unique<Sm2PublicKey>(std::move(*point)));
+        *key = handleOf(std::make_unique<Sm2PublicKey>(std::move(made)));
         return QCL_SUCCESS;
     });
 }

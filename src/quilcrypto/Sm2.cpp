@@ -1,179 +1,201 @@
 #include "quilcrypto/Sm2.h"
 
-#include <openssl/bn.h>
-#include <openssl/core_names.h>
-#include <openssl/ec.h>
-#include <openssl/evp.h>
-#include <openssl/obj_mac.h>
-#include <openssl/param_build.h>
+#include <openssl/crypto.h>
+#include <quilcrypto/sm9/Hash.h>
+#include <quilcrypto/sm9/Scalar.h>
+#include <quilcrypto/sm9/WipedStack.h>
 
-#include "quilcrypto/ErrorMark.h"
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+#include <utility>
+
 #include "quilcrypto/Sm2Der.h"
 
 namespace vloxlib::sm2 {
 
-using quil::ErrorMark;
+using sm9::Digest;
+using sm9::onWipedStack;
+using sm9::Word256;
 
 namespace {
 
 constexpr std::size_t kCoordinate = 32;
 constexpr std::size_t kPoint = 1 + 2 * kCoordinate;
-constexpr char kGroup[] = "SM2";
+constexpr std::uint8_t kUncompressed = 0x04;
 
-struct Deleter {
-    void operator()(EVP_PKEY_CTX* context) const { EVP_PKEY_CTX_free(context); }
-    void operator()(BIGNUM* number) const { BN_clear_free(number); }
-    void operator()(EC_GROUP* group) const { EC_GROUP_free(group); }
-    void operator()(EC_POINT* point) const { EC_POINT_free(point); }
-    void operator()(OSSL_PARAM_BLD* builder) const { OSSL_PARAM_BLD_free(builder); }
-    void operator()(OSSL_PARAM* parameters) const { OSSL_PARAM_free(parameters); }
+const Word256& order() { return GroupOrder::kModulus.value; }
+
+// n - 1: a private key is below it
+Word256 privateLimit() {
+    std::uint64_t borrow = 0;
+    return sm9::subtract(order(), Word256{1, 0, 0, 0}, borrow);
+}
+
+// Nothing unless both are below p and the point lies on the curve, whose cofactor is 1.
+std::optional<AffinePoint> readPoint(const std::uint8_t* x, const std::uint8_t* y) {
+    const std::optional<Fp> first = Fp::fromBytes(x);
+    const std::optional<Fp> second = Fp::fromBytes(y);
+    if (!first || !second) return std::nullopt;
+    const AffinePoint point{*first, *second};
+    if (!point.isOnCurve()) return std::nullopt;
+    return point;
+}
+
+// The point that both ends share, as bytes: what hides a text, and what proves it.
+class Shared {
+public:
+    explicit Shared(const AffinePoint& p) {
+        p.x.toBytes(m_xy.data());
+        p.y.toBytes(m_xy.data() + kCoordinate);
+    }
+    // t = KDF(x || y)
+    std::optional<SecretBytes> keyStream(std::size_t size) const {
+        return sm9::deriveKey({}, {m_xy.data(), m_xy.size()}, {}, size);
+    }
+    // C3 = SM3(x || text || y)
+    std::optional<Digest> check(ByteView text) const {
+        return sm9::Sm3()
+            .update({m_xy.data(), kCoordinate})
+            .update(text)
+            .update({m_xy.data() + kCoordinate, kCoordinate})
+            .finish();
+    }
+
+private:
+    std::array<std::uint8_t, 2 * kCoordinate> m_xy;
 };
-template <typename T>
-using Owned = std::unique_ptr<T, Deleter>;
-
-Owned<EVP_PKEY_CTX> contextOf(EVP_PKEY* key) {
-    return Owned<EVP_PKEY_CTX>(EVP_PKEY_CTX_new_from_pkey(nullptr, key, nullptr));
-}
-
-KeyHandle keyFrom(int selection, OSSL_PARAM* parameters) {
-    const Owned<EVP_PKEY_CTX> context(EVP_PKEY_CTX_new_from_name(nullptr, kGroup, nullptr));
-    EVP_PKEY* key = nullptr;
-    if (!context || EVP_PKEY_fromdata_init(context.get()) != 1 ||
-        EVP_PKEY_fromdata(context.get(), &key, selection, parameters) != 1) {
-        return nullptr;
-    }
-    return KeyHandle(key);
-}
-
-// The public point of a private scalar, 04 || x || y; empty when the scalar is no private key.
-Bytes pointOf(const BIGNUM* scalar) {
-    const Owned<EC_GROUP> group(EC_GROUP_new_by_curve_name(NID_sm2));
-    const Owned<BIGNUM> limit(group ? BN_dup(EC_GROUP_get0_order(group.get())) : nullptr);
-    const Owned<EC_POINT> point(group ? EC_POINT_new(group.get()) : nullptr);
-    Bytes bytes(kPoint);
-    if (!limit || !point || BN_sub_word(limit.get(), 1) != 1 || BN_is_zero(scalar) ||
-        BN_cmp(scalar, limit.get()) >= 0 ||
-        EC_POINT_mul(group.get(), point.get(), scalar, nullptr, nullptr, nullptr) != 1 ||
-        EC_POINT_point2oct(group.get(), point.get(), POINT_CONVERSION_UNCOMPRESSED, bytes.data(),
-                           bytes.size(), nullptr) != bytes.size()) {
-        return Bytes();
-    }
-    return bytes;
-}
-
-// p, big-endian. OpenSSL takes any number that stands for a coordinate modulo p, and other forms of the DER
-// beside the right one; one cipher text is to have one form only.
-constexpr sm9::der::Number kPrime = {0xff, 0xff, 0xff, 0xfe, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff,
-                                     0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0x00, 0x00,
-                                     0x00, 0x00, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff};
-
-bool isInItsOneForm(ByteView der) {
-    const std::optional<CipherFields> fields = readCipher(der);
-    return fields && fields->x < kPrime && fields->y < kPrime;
-}
 
 }  // namespace
 
-void KeyDeleter::operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
+// C1 = [k]G, and [k]P hides the text.
+struct EncryptionKey::State {
+    explicit State(const AffinePoint& p) : point(p) {}
+
+    // Nothing, too, where the standard asks for another k.
+    std::optional<Bytes> encrypt(const Word256& k, ByteView plain) {
+        std::array<Point, 2> products{tableOfGenerator().multiply(k), timesPoint(k)};
+        std::array<Fp, 2> inverses{products[0].z, products[1].z};
+        sm9::invertAll(inverses);
+        std::array<AffinePoint, 2> affine;
+        for (std::size_t i = 0; i < 2; ++i)
+            affine[i] = {products[i].x * inverses[i], products[i].y * inverses[i]};
+
+        const Shared shared(affine[1]);
+        const std::optional<SecretBytes> stream = shared.keyStream(plain.size);
+        const std::optional<Digest> check = shared.check(plain);
+        if (!stream || !check || !sm9::isUsable(*stream)) return std::nullopt;
+        Bytes c2(plain.size);
+        sm9::applyKey(*stream, plain, c2.data());
+        CipherFields fields{{}, {}, {check->data(), check->size()}, c2};
+        affine[0].x.toBytes(fields.x.data());
+        affine[0].y.toBytes(fields.y.data());
+        return writeCipher(fields);
+    }
+
+    Point timesPoint(const Word256& k) {
+        if (!m_used.exchange(true, std::memory_order_relaxed)) return sm9::multiply(k, Point::from(point));
+        std::call_once(m_tableOnce, [this] { m_table = std::make_unique<PointTable>(Point::from(point)); });
+        return m_table->multiply(k);
+    }
+
+    const AffinePoint point;
+
+private:
+    std::atomic<bool> m_used{false};
+    std::once_flag m_tableOnce;
+    std::unique_ptr<PointTable> m_table;  // written once, under m_tableOnce
+};
+
+EncryptionKey::EncryptionKey(std::unique_ptr<State> state) : m_state(std::move(state)) {}
+EncryptionKey::~EncryptionKey() = default;
+EncryptionKey::EncryptionKey(EncryptionKey&&) noexcept = default;
+EncryptionKey& EncryptionKey::operator=(EncryptionKey&&) noexcept = default;
 
 std::optional<EncryptionKey> EncryptionKey::fromPoint(ByteView point) {
-    const ErrorMark mark;
-    Bytes octets;
-    if (point.size == kPoint - 1) {
-        octets.push_back(POINT_CONVERSION_UNCOMPRESSED);
-    }
-    octets.insert(octets.end(), point.begin(), point.end());
-    if (octets.size() != kPoint || octets[0] != POINT_CONVERSION_UNCOMPRESSED) {
-        return std::nullopt;
-    }
-    OSSL_PARAM parameters[] = {
-        OSSL_PARAM_construct_utf8_string(OSSL_PKEY_PARAM_GROUP_NAME, const_cast<char*>(kGroup), 0),
-        OSSL_PARAM_construct_octet_string(OSSL_PKEY_PARAM_PUB_KEY, octets.data(), octets.size()),
-        OSSL_PARAM_construct_end()};
-    KeyHandle key = keyFrom(EVP_PKEY_PUBLIC_KEY, parameters);  // fails for a point off the curve
-    return key ? std::optional<EncryptionKey>(EncryptionKey(std::move(key))) : std::nullopt;
+    if (point.size == kPoint && point.data[0] == kUncompressed) point = ByteView(point.data + 1, kPoint - 1);
+    if (point.size != kPoint - 1) return std::nullopt;
+    const std::optional<AffinePoint> p = readPoint(point.data, point.data + kCoordinate);
+    if (!p) return std::nullopt;
+    return EncryptionKey(std::make_unique<State>(*p));
 }
 
 std::size_t EncryptionKey::capacityFor(std::size_t plainLength) {
     constexpr std::size_t kHeader = 6;  // tag, and a length of up to five bytes
-    return kHeader + 2 * (2 + 1 + kCoordinate) + 2 + kCoordinate + kHeader + plainLength;
+    return kHeader + 2 * (2 + 1 + kCoordinate) + 2 + kCheckSize + kHeader + plainLength;
 }
 
 std::optional<Bytes> EncryptionKey::encrypt(ByteView plain) const {
-    const ErrorMark mark;
-    const Owned<EVP_PKEY_CTX> context = contextOf(m_key.get());
-    Bytes cipher(capacityFor(plain.size));
-    std::size_t length = cipher.size();
-    if (!context || EVP_PKEY_encrypt_init(context.get()) != 1 ||
-        EVP_PKEY_encrypt(context.get(), cipher.data(), &length, plain.data, plain.size) != 1) {
-        return std::nullopt;
-    }
-    cipher.resize(length);
-    return cipher;
+    if (plain.empty()) return std::nullopt;
+    return onWipedStack([&]() -> std::optional<Bytes> {
+        constexpr int kTries = 100;  // a text of one byte asks for another k once in 256 times
+        Word256 k;
+        std::optional<Bytes> cipher;
+        for (int i = 0; i < kTries && !cipher && sm9::drawScalar(k, order()); ++i)
+            cipher = m_state->encrypt(k, plain);
+        return cipher;
+    });
+}
+
+std::optional<Bytes> EncryptionKey::encryptWith(ByteView k, ByteView plain) const {
+    if (plain.empty()) return std::nullopt;
+    return onWipedStack([&]() -> std::optional<Bytes> {
+        const std::optional<Word256> scalar = sm9::readScalar(k, order());
+        return scalar ? m_state->encrypt(*scalar, plain) : std::nullopt;
+    });
 }
 
 std::optional<PrivateKey> PrivateKey::generate() {
-    const ErrorMark mark;
-    KeyHandle key(EVP_PKEY_Q_keygen(nullptr, nullptr, "SM2"));
-    return key ? std::optional<PrivateKey>(PrivateKey(std::move(key))) : std::nullopt;
+    return onWipedStack([]() -> std::optional<PrivateKey> {
+        Word256 d;
+        if (!sm9::drawScalar(d, privateLimit())) return std::nullopt;
+        return PrivateKey(d);
+    });
 }
 
 std::optional<PrivateKey> PrivateKey::fromScalar(ByteView scalar) {
-    const ErrorMark mark;
-    if (scalar.size != kCoordinate) {
-        return std::nullopt;
-    }
-    const Owned<BIGNUM> number(BN_secure_new());
-    const Owned<OSSL_PARAM_BLD> builder(OSSL_PARAM_BLD_new());
-    if (!number || !builder || BN_bin2bn(scalar.data, kCoordinate, number.get()) == nullptr) {
-        return std::nullopt;
-    }
-    const Bytes point = pointOf(number.get());
-    if (point.empty() ||
-        OSSL_PARAM_BLD_push_utf8_string(builder.get(), OSSL_PKEY_PARAM_GROUP_NAME, kGroup, 0) != 1 ||
-        OSSL_PARAM_BLD_push_octet_string(builder.get(), OSSL_PKEY_PARAM_PUB_KEY, point.data(),
-                                         point.size()) != 1 ||
-        OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_PRIV_KEY, number.get()) != 1) {
-        return std::nullopt;
-    }
-    const Owned<OSSL_PARAM> parameters(OSSL_PARAM_BLD_to_param(builder.get()));
-    KeyHandle key = parameters ? keyFrom(EVP_PKEY_KEYPAIR, parameters.get()) : nullptr;
-    return key ? std::optional<PrivateKey>(PrivateKey(std::move(key))) : std::nullopt;
+    return onWipedStack([&]() -> std::optional<PrivateKey> {
+        const std::optional<Word256> d = sm9::readScalar(scalar, privateLimit());
+        if (!d) return std::nullopt;
+        return PrivateKey(*d);
+    });
 }
 
+PrivateKey::~PrivateKey() { OPENSSL_cleanse(m_d.data(), sizeof m_d); }
+
 SecretBytes PrivateKey::toScalar() const {
-    SecretBytes bytes(kCoordinate);
-    BIGNUM* number = nullptr;
-    EVP_PKEY_get_bn_param(m_key.get(), OSSL_PKEY_PARAM_PRIV_KEY, &number);
-    const Owned<BIGNUM> guard(number);
-    BN_bn2binpad(number, bytes.data(), static_cast<int>(bytes.size()));
-    return bytes;
+    return onWipedStack([&] {
+        SecretBytes bytes(kCoordinate);
+        sm9::toBigEndian(m_d, bytes.data());
+        return bytes;
+    });
 }
 
 Bytes PrivateKey::toPoint() const {
-    BIGNUM* x = nullptr;
-    BIGNUM* y = nullptr;
-    EVP_PKEY_get_bn_param(m_key.get(), OSSL_PKEY_PARAM_EC_PUB_X, &x);
-    EVP_PKEY_get_bn_param(m_key.get(), OSSL_PKEY_PARAM_EC_PUB_Y, &y);
-    const Owned<BIGNUM> guardX(x);
-    const Owned<BIGNUM> guardY(y);
-    Bytes bytes(kPoint, POINT_CONVERSION_UNCOMPRESSED);
-    BN_bn2binpad(x, &bytes[1], kCoordinate);
-    BN_bn2binpad(y, &bytes[1 + kCoordinate], kCoordinate);
-    return bytes;
+    return onWipedStack([&] {
+        const AffinePoint point = tableOfGenerator().multiply(m_d).toAffine();
+        Bytes bytes(kPoint, kUncompressed);
+        point.x.toBytes(&bytes[1]);
+        point.y.toBytes(&bytes[1 + kCoordinate]);
+        return bytes;
+    });
 }
 
 std::optional<SecretBytes> PrivateKey::decrypt(ByteView der) const {
-    const ErrorMark mark;
-    const Owned<EVP_PKEY_CTX> context = contextOf(m_key.get());
-    SecretBytes plain(der.size);  // never longer than its cipher text
-    std::size_t length = plain.size();
-    if (!context || !isInItsOneForm(der) || EVP_PKEY_decrypt_init(context.get()) != 1 ||
-        EVP_PKEY_decrypt(context.get(), plain.data(), &length, der.data, der.size) != 1) {
-        return std::nullopt;
-    }
-    plain.resize(length);
-    return plain;
+    return onWipedStack([&]() -> std::optional<SecretBytes> {
+        const std::optional<CipherFields> fields = readCipher(der);
+        if (!fields || fields->c2.empty()) return std::nullopt;
+        const std::optional<AffinePoint> c1 = readPoint(fields->x.data(), fields->y.data());
+        if (!c1) return std::nullopt;
+        const Shared shared(sm9::multiply(m_d, Point::from(*c1)).toAffine());
+        const std::optional<SecretBytes> stream = shared.keyStream(fields->c2.size);
+        if (!stream || !sm9::isUsable(*stream)) return std::nullopt;
+        SecretBytes plain(fields->c2.size);
+        sm9::applyKey(*stream, fields->c2, plain.data());
+        const std::optional<Digest> check = shared.check(plain);
+        if (!check || CRYPTO_memcmp(check->data(), fields->c3.data, check->size()) != 0) return std::nullopt;
+        return plain;
+    });
 }
 
 }  // namespace vloxlib::sm2

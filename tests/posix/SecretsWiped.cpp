@@ -2,6 +2,7 @@
 // included, and looks for what they had in their hands. What is looked for comes from a child process and is
 // kept masked, so that it stands nowhere else. With the argument "leave" a value is left behind on purpose,
 // to prove that it would be found.
+#include <quilcrypto/Sm2.h>
 #include <quilcrypto/sm9/Curve.h>
 #include <quilcrypto/sm9/Hash.h>
 #include <quilcrypto/sm9/Pairing.h>
@@ -188,6 +189,42 @@ void unwrapping() {
     expect(0, values, "unwrapping of a forgery");
 }
 
+void tellSm2(const Tell& tell) {
+    const SecretBytes k = randomNumber();
+    const Word256 d = fromBigEndian(masterScalar().data());
+    const sm2::Point p = sm2::tableOfGenerator().multiply(d);
+    std::uint64_t borrow = 0;
+    tell(k.data(), k.size());
+    tell(masterScalar().data(), 32);
+    tellValue(tell, d);
+    tellValue(tell, fromBigEndian(k.data()));
+    tellValue(tell, subtract(sm2::GroupOrder::kModulus.value, fromBigEndian(k.data()), borrow));
+    const sm2::Point shared = multiply(fromBigEndian(k.data()), p);
+    std::array<std::uint8_t, 64> xy;
+    shared.toAffine().x.toBytes(xy.data());
+    shared.toAffine().y.toBytes(xy.data() + 32);
+    tellValue(tell, shared);
+    tellValue(tell, shared.toAffine());
+    tellValue(tell, xy);
+    const SecretBytes stream = *deriveKey({}, {xy.data(), xy.size()}, {}, 16);
+    tell(stream.data(), stream.size());
+    tell(sessionKey().data(), 16);
+}
+
+void sm2Both() {
+    const std::vector<Masked> values = fromChild(tellSm2);
+    const auto key = sm2::EncryptionKey::fromPoint(sm2::PrivateKey::fromScalar(masterScalar())->toPoint());
+    for (const char* use : {"the first wrapping with SM2", "one with a table"}) {
+        Bytes der = *key->encryptWith(randomNumber(), sessionKey());
+        expect(0, values, use);
+        if (!sm2::PrivateKey::fromScalar(masterScalar())->decrypt(der)) s_good = false;
+        expect(0, values, "unwrapping with SM2");
+        der.back() ^= 1;
+        if (sm2::PrivateKey::fromScalar(masterScalar())->decrypt(der)) s_good = false;
+        expect(0, values, "unwrapping of a forgery with SM2");
+    }
+}
+
 // Here the library draws the key itself: the child finds it as the server does.
 void bridge() {
     const Bytes der = MasterKey::fromBytes(masterScalar())->parameters().toDer();
@@ -215,6 +252,7 @@ int main(int argc, char** argv) {
     }
     wrapping();
     unwrapping();
+    sm2Both();
     bridge();
     return s_good ? 0 : 1;
 }

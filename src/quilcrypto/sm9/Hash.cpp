@@ -86,4 +86,16 @@ std::optional<Digest> checkValue(ByteView key, ByteView text) {
     return Sm3().update(text).update(key).finish();
 }
 
+bool isUsable(ByteView key) {
+    if (key.empty()) return true;
+    std::uint8_t bits = 0;
+    for (const std::uint8_t byte : key) bits = static_cast<std::uint8_t>(bits | byte);
+    return bits != 0;
+}
+
+void applyKey(const SecretBytes& key, ByteView text, std::uint8_t* out) {
+    std::transform(text.begin(), text.end(), key.begin(), out,
+                   [](std::uint8_t a, std::uint8_t b) { return static_cast<std::uint8_t>(a ^ b); });
+}
+
 }  // namespace vloxlib::sm9

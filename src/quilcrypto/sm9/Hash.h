@@ -1,5 +1,6 @@
 /// @file
 /// @brief The hash functions of SM9 over SM3 (GM/T 0044.4-2016): H1, the key derivation and the check value.
+/// SM2 derives its keys in the same way.
 ///
 /// Errors: nothing is returned when OpenSSL has no SM3 or no memory.
 #ifndef QUILCRYPTO_SM9_HASH_H
@@ -48,6 +49,12 @@ std::optional<SecretBytes> deriveKey(ByteView c, ByteView w, ByteView identity, 
 
 /// @brief MAC(K2, Z) = SM3(Z || K2).
 std::optional<Digest> checkValue(ByteView key, ByteView text);
+
+/// @brief Whether a derived key may hide a text: one whose bytes are all zero would leave the text as it is.
+bool isUsable(ByteView key);
+
+/// @brief out = text XOR the start of the key, which is at least as long.
+void applyKey(const SecretBytes& key, ByteView text, std::uint8_t* out);
 
 }  // namespace vloxlib::sm9
 

@@ -1,9 +1,9 @@
 #include <openssl/crypto.h>
-#include <openssl/rand.h>
 #include <quilcrypto/sm9/Curve.h>
 #include <quilcrypto/sm9/Der.h>
 #include <quilcrypto/sm9/Hash.h>
 #include <quilcrypto/sm9/Pairing.h>
+#include <quilcrypto/sm9/Scalar.h>
 #include <quilcrypto/sm9/Sm9.h>
 #include <quilcrypto/sm9/WipedStack.h>
 
@@ -15,43 +15,9 @@
 namespace vloxlib::sm9 {
 namespace {
 
-constexpr std::size_t kScalarSize = 32;
 constexpr std::size_t kG2Size = 128;
 
-// A number in [1, n-1] from 32 bytes.
-std::optional<Word256> readScalar(ByteView bytes) {
-    if (bytes.size != kScalarSize) return std::nullopt;
-    const Word256 k = fromBigEndian(bytes.data);
-    if (isZero(k) || !isBelow(k, GroupOrder::kModulus.value)) return std::nullopt;
-    return k;
-}
-
-// A random number in [1, n-1]: drawn again until it lies there, so that each is equally likely.
-bool drawScalar(Word256& k) {
-    Secret<std::array<std::uint8_t, kScalarSize>> bytes;
-    std::optional<Word256> drawn;
-    while (!drawn) {
-        if (RAND_priv_bytes(bytes->data(), static_cast<int>(bytes->size())) != 1) return false;
-        drawn = readScalar({bytes->data(), bytes->size()});
-    }
-    k = *drawn;
-    OPENSSL_cleanse(&*drawn, sizeof *drawn);
-    return true;
-}
-
-// A key whose first bytes are all zero is not to be used: it would leave the text as it is.
-bool isUsable(ByteView start) {
-    if (start.empty()) return true;
-    std::uint8_t bits = 0;
-    for (const std::uint8_t byte : start) bits = static_cast<std::uint8_t>(bits | byte);
-    return bits != 0;
-}
-
-// text XOR the start of the key, at least as long
-void applyKey(const SecretBytes& key, ByteView text, std::uint8_t* out) {
-    std::transform(text.begin(), text.end(), key.begin(), out,
-                   [](std::uint8_t a, std::uint8_t b) { return static_cast<std::uint8_t>(a ^ b); });
-}
+const Word256& order() { return GroupOrder::kModulus.value; }
 
 // K2: what follows the bytes for the text
 ByteView checkKey(const SecretBytes& key, std::size_t textSize) {
@@ -104,7 +70,7 @@ struct EncryptionKey::State {
     std::optional<Derived> deriveAtRandom(std::size_t keySize, std::size_t zeroCheckedSize) {
         Secret<Word256> r;
         for (;;) {
-            if (!drawScalar(*r)) return std::nullopt;
+            if (!drawScalar(*r, order())) return std::nullopt;
             std::optional<Derived> derived = deriveOnce(*r, keySize);
             if (!derived || isUsable({derived->key.data(), zeroCheckedSize})) return derived;
         }
@@ -193,7 +159,7 @@ std::optional<Bytes> EncryptionKey::encrypt(ByteView plain) const {
 
 std::optional<Bytes> EncryptionKey::encryptWith(ByteView r, ByteView plain) const {
     return onWipedStack([&]() -> std::optional<Bytes> {
-        const std::optional<Word256> scalar = readScalar(r);
+        const std::optional<Word256> scalar = readScalar(r, order());
         if (!scalar) return std::nullopt;
         const auto derived = m_state->derive(*scalar, plain.size + kCheckSize, plain.size);
         if (!derived) return std::nullopt;
@@ -213,7 +179,7 @@ std::optional<EncryptionKey::Encapsulation> EncryptionKey::encapsulate(std::size
 std::optional<EncryptionKey::Encapsulation> EncryptionKey::encapsulateWith(ByteView r,
                                                                            std::size_t keySize) const {
     return onWipedStack([&]() -> std::optional<Encapsulation> {
-        const std::optional<Word256> scalar = readScalar(r);
+        const std::optional<Word256> scalar = readScalar(r, order());
         if (!scalar || keySize == 0) return std::nullopt;
         auto derived = m_state->derive(*scalar, keySize, keySize);
         if (!derived) return std::nullopt;
@@ -291,7 +257,7 @@ std::optional<SecretBytes> UserKey::decapsulate(ByteView cipher, std::size_t key
 std::optional<MasterKey> MasterKey::generate() {
     return onWipedStack([&]() -> std::optional<MasterKey> {
         Secret<Word256> ke;
-        if (!drawScalar(*ke)) return std::nullopt;
+        if (!drawScalar(*ke, order())) return std::nullopt;
         MasterKey key;
         toBigEndian(*ke, key.m_scalar.data());
         return key;
@@ -300,7 +266,7 @@ std::optional<MasterKey> MasterKey::generate() {
 
 std::optional<MasterKey> MasterKey::fromBytes(ByteView scalar) {
     return onWipedStack([&]() -> std::optional<MasterKey> {
-        if (!readScalar(scalar)) return std::nullopt;
+        if (!readScalar(scalar, order())) return std::nullopt;
         MasterKey key;
         std::copy(scalar.begin(), scalar.end(), key.m_scalar.begin());
         return key;
