@@ -1,3 +1,4 @@
+#include <Poco/Environment.h>
 #include <Poco/Net/ServerSocket.h>
 #include <Poco/Net/StreamSocket.h>
 #include <Poco/Timespan.h>
@@ -6,6 +7,8 @@
 
 #include <algorithm>
 #include <future>
+#include <map>
+#include <memory>
 #include <string>
 
 #include "support/LogCapture.h"
@@ -29,7 +32,10 @@ constexpr char kLive[] = "127.0.0.1";
 class DnsPinningTest : public testing::Test {
 protected:
     DnsPinningTest() { DNSCache::getInstance()->init(file.directory()); }
-    ~DnsPinningTest() override { network(true); }
+    ~DnsPinningTest() override {
+        network(true);
+        DNSCache::getInstance()->useAllAddresses(false);
+    }
 
     static void network(bool there) {
         NetworkMonitor::getInstance()->notifyNetworkStatusChanged(there ? R"({"networkType":1})"
@@ -108,6 +114,112 @@ TEST_F(DnsPinningTest, WhatNeedsNoResolveAsksForNone) {
     file.know("known.invalid", kLive);
     EXPECT_EQ(0, get("known.invalid", server.port()));
     EXPECT_EQ(1, log.count("I", "ip get from DNSCache is 127.0.0.1"));
+}
+
+TEST_F(DnsPinningTest, OfSeveralAddressesTheOneThatFailsIsToBlame) {
+    DNSCache::getInstance()->useAllAddresses(true);
+    file.know("two.invalid", kDead, 0, 100);
+    file.know("two.invalid", kLive, 0, 200);
+    const auto failures = [this](const std::string& ip) {
+        return file.number("SELECT errNum FROM ip_t WHERE ip = '" + ip + "'");
+    };
+    std::string reply = RawHttpServer::ok("body");
+    const RawHttpServer server(
+        [&](Poco::Net::StreamSocket& client, const std::string&) { RawHttpServer::send(client, reply); });
+    for (int exchange = 1; exchange <= 2; ++exchange) {
+        EXPECT_EQ(0, get("two.invalid", server.port()));
+        EXPECT_EQ(1, failures(kDead)) << "it is tried once";
+        EXPECT_EQ(0, failures(kLive));
+    }
+    reply = RawHttpServer::reply("404 Not Found", "", "");
+    EXPECT_EQ(-199, get("two.invalid", server.port()));
+    EXPECT_EQ(0, failures(kLive)) << "an answer is no failure of the address";
+    reply = RawHttpServer::reply("503 Service Unavailable", "", "");
+    EXPECT_EQ(-199, get("two.invalid", server.port()));
+    EXPECT_EQ(0, file.rows("ip_t")) << "no address is left";
+    EXPECT_EQ(4U, server.requests().size());
+}
+
+// What libcurl does is seen at the server, which is proxy and target in one.
+TEST_F(DnsPinningTest, NobodyIsLookedUpForAProxy) {
+    const RawHttpServer server(RawHttpServer::ok("body"));
+    const std::string proxy = server.url("");
+    const std::map<std::string, std::string> rows[] = {
+        {},
+        {{"http_proxy", proxy}},
+        {{"HTTP_PROXY", proxy}},
+        {{"https_proxy", proxy}},
+        {{"all_proxy", proxy}},
+        {{"ALL_PROXY", proxy}},
+        {{"http_proxy", proxy}, {"no_proxy", "*"}},
+        {{"http_proxy", proxy}, {"no_proxy", "*,other.invalid"}},
+        {{"http_proxy", proxy}, {"no_proxy", "other.invalid, named.INVALID"}},
+        {{"http_proxy", proxy}, {"NO_PROXY", "other.invalid\tnamed.invalid."}},
+        {{"http_proxy", proxy}, {"no_proxy", ".named.invalid,"}},
+        {{"http_proxy", proxy}, {"no_proxy", "amed.invalid,www.named.invalid,,."}},
+        {{"http_proxy", proxy}, {"no_proxy", "invalid"}},
+    };
+    int proxied = 0;
+    file.know("named.invalid", kLive);
+    file.know("below.named.invalid", kLive);
+    for (const auto& environment : rows) {
+        for (const auto& [name, value] : environment) {
+            Poco::Environment::set(name, value);
+        }
+        for (const char* host : {"named.invalid", "below.named.invalid"}) {
+            SCOPED_TRACE(testing::PrintToString(environment) + " " + host);
+            const vlox_test::LogCapture log;
+            EXPECT_EQ(0, get(host, server.port()));
+            const bool byProxy = server.lastRequest().rfind("GET http://", 0) == 0;
+            proxied += byProxy;
+            EXPECT_EQ(byProxy ? 0 : 1, log.count("I", "ip get from DNSCache"));
+        }
+        for (const auto& [name, value] : environment) {
+            Poco::Environment::set(name, "");
+        }
+    }
+    EXPECT_LT(0, proxied);
+}
+
+TEST_F(DnsPinningTest, AnInternationalNameNeedsNoLocale) {
+    file.know("xn--bcher-kva.invalid", kLive);
+    const RawHttpServer server(RawHttpServer::ok("body"));
+    EXPECT_EQ(0, get("B\303\274cher.invalid", server.port()));
+    EXPECT_EQ(0, get("user:b\303\274@b\303\274cher.invalid", server.port()));
+    EXPECT_THAT(server.lastRequest(), HasSubstr("\r\nHost: xn--bcher-kva.invalid:"));
+    EXPECT_EQ(-803, get("b\303cher.invalid", server.port())) << "no UTF-8";
+}
+
+// The walk for "localhost" stands still in its log line until both exchanges have ended.
+TEST_F(DnsPinningTest, ALookUpEndsWithItsExchange) {
+    static std::promise<void> begun;
+    static std::promise<void> letGo;
+    static std::once_flag once;
+    DNSCacheLog::getInstance()->setTraceCallback([](DNSCache_TRACE_LEVELS, const char*) {
+        std::call_once(once, [] {
+            begun.set_value();
+            letGo.get_future().wait();
+        });
+    });
+    const RawHttpServer server(RawHttpServer::ok("body"));
+    const std::string url = "http://localhost:" + std::to_string(server.port()) + "/";
+    HttpClient cancelled;
+    cancelled.createGetRequest(url);
+    cancelled.setDownloadFile(file.dir().path("download"), 0, 0);
+    auto download = std::async(std::launch::async, [&] { return cancelled.performSync(nullptr, nullptr); });
+    begun.get_future().wait();
+    HttpClient limited;
+    limited.createGetRequest(url);
+    const auto limits = std::make_shared<QosParams>();
+    limits->timeout = 1;
+    EXPECT_EQ(-828, limited.performSync(limits, nullptr));
+    EXPECT_EQ(0, cancelled.httpCancel());
+    EXPECT_EQ(-109, download.get());
+    EXPECT_TRUE(server.requests().empty());
+    letGo.set_value();
+    EXPECT_EQ(kLive, DNSCache::getInstance()->getIpByDomain("localhost"));
+    DNSCacheLog::getInstance()->setTraceCallback(nullptr);
+    DNSCache::getInstance()->notifyFailureIpByDomain("localhost", kLive, 0);
 }
 
 TEST_F(DnsPinningTest, WhatIsNoUrlFailsAsOne) {

@@ -1,6 +1,7 @@
 #include "Client.h"
 
 #include <common/Json.h>
+#include <vloxlib/dnscache/DNSCache.h>
 #include <vloxlib/http/HttpTypes.h>
 #include <win32/vloxCommonlib.h>
 
@@ -40,6 +41,8 @@ Client::Client(const Options& options, const std::string& platform,
     if (initialize(log, options.directory.c_str(), 0) != 0) {
         throw std::runtime_error("the library doesn't start");
     }
+    // A service stays in reach while one of its machines lives.
+    vloxlib::DNSCache::getInstance()->useAllAddresses(true);
     m_id = createVloxClient("vlox-messenger", "demo");
     configure(platform, options);
     m_module = makeModule();

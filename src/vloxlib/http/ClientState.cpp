@@ -1,9 +1,12 @@
 #include "vloxlib/http/ClientState.h"
 
+#include <chrono>
 #include <utility>
 
 #include "vloxlib/NativeCodes.h"
+#include "vloxlib/http/AsciiHost.h"
 #include "vloxlib/http/HttpResult.h"
+#include "vloxlib/http/PinnedAddress.h"
 #include "vloxlib/http/RequestFields.h"
 #include "vloxlib/log/vloxLog.h"
 
@@ -21,11 +24,23 @@ void ClientState::prepare(const QosParams& limits) {
     }
 }
 
+void ClientState::lookUp() {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point begin = Clock::now();
+    ResolvePatience patience;
+    patience.until = begin + exchange->connectLimit();
+    if (fileParam) {
+        patience.givenUp = [this] { return fileParam->m_cancel.load(); };
+    }
+    pinned = pinnedHostOf(withAsciiHost(url), patience);
+    exchange->spend(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin));
+}
+
 // A form's fields go into its body, all others' into the query.
 ExchangeRequest ClientState::request(HTTPMethod asMethod) const {
     ExchangeRequest request;
     request.method = asMethod;
-    request.url = asMethod == HTTP_METHOD_POST ? url : urlWithFields(url, fields);
+    request.url = withAsciiHost(asMethod == HTTP_METHOD_POST ? url : urlWithFields(url, fields));
     request.headers = headerLines;
     request.pinned = pinned;
     return request;

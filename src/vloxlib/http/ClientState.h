@@ -24,6 +24,9 @@ struct ClientState {
     /// @brief Makes libcurl's handle and the request's head. Copies go on sharing what they had.
     void prepare(const QosParams& limits);
 
+    /// @brief Finds out where the URL's host is to be reached, within the limits of the exchange that begins.
+    void lookUp();
+
     /// @name The request as it is set, run as this method
     /// @{
     int runQuery(HTTPMethod asMethod, long* httpCode);

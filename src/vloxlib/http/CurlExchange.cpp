@@ -1,5 +1,9 @@
 #include "vloxlib/http/CurlExchange.h"
 
+#include <Poco/String.h>
+
+#include <algorithm>
+#include <limits>
 #include <mutex>
 #include <utility>
 
@@ -10,13 +14,28 @@ namespace vloxlib {
 
 namespace {
 
-constexpr long kDefaultConnectTimeout = 15;
-constexpr long kNoLimit = 0;
+constexpr std::chrono::seconds kDefaultConnectTimeout{15};
+constexpr std::chrono::seconds kNoLimit{0};
 constexpr long kLowSpeedBytes = 10;
 constexpr long kLowSpeedSeconds = 60;
 constexpr std::size_t kUsualReply = 128;
 
-long limitOr(int seconds, long otherwise) { return seconds > 0 ? seconds : otherwise; }
+std::chrono::seconds limitOr(int seconds, std::chrono::seconds otherwise) {
+    return seconds > 0 ? std::chrono::seconds(seconds) : otherwise;
+}
+
+// libcurl takes 0 for no limit, and no more than a long holds.
+long remaining(std::chrono::milliseconds limit, std::chrono::milliseconds spent) {
+    return static_cast<long>(std::clamp<std::chrono::milliseconds::rep>((limit - spent).count(), 1,
+                                                                        std::numeric_limits<long>::max()));
+}
+
+ExchangeReply endedBefore(int curlCode) {
+    ExchangeReply reply;
+    reply.outcome.curlCode = curlCode;
+    reply.outcome.curlText = curl_easy_strerror(static_cast<CURLcode>(curlCode));
+    return reply;
+}
 
 struct ListFree {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
@@ -55,8 +74,10 @@ private:
 
     void setTarget() {
         const PinnedHost& pinned = m_request.pinned;
-        if (!pinned.address.empty()) {
-            const std::string line = pinned.host + ":" + pinned.port + ":" + pinned.address;
+        if (!pinned.addresses.empty()) {
+            const std::string line =
+                pinned.host + ":" + pinned.port + ":" +
+                Poco::cat(std::string(","), pinned.addresses.begin(), pinned.addresses.end());
             m_resolve.reset(curl_slist_append(nullptr, line.c_str()));
         }
         set(CURLOPT_RESOLVE, m_resolve.get());
@@ -134,8 +155,8 @@ private:
         set(CURLOPT_READDATA, nullptr);
         set(CURLOPT_NOPROGRESS, 1L);
         set(CURLOPT_XFERINFODATA, nullptr);
-        set(CURLOPT_LOW_SPEED_LIMIT, kNoLimit);
-        set(CURLOPT_LOW_SPEED_TIME, kNoLimit);
+        set(CURLOPT_LOW_SPEED_LIMIT, 0L);
+        set(CURLOPT_LOW_SPEED_TIME, 0L);
         set(CURLOPT_MIMEPOST, nullptr);
         set(CURLOPT_HTTPHEADER, nullptr);
         set(CURLOPT_RESOLVE, nullptr);
@@ -150,6 +171,9 @@ private:
         curl_easy_getinfo(m_curl, CURLINFO_PRIMARY_IP, &address);
         curl_easy_getinfo(m_curl, CURLINFO_SSL_VERIFYRESULT, &outcome.verifyResult);
         outcome.address = address ? address : "";
+        long connections = 0;
+        curl_easy_getinfo(m_curl, CURLINFO_NUM_CONNECTS, &connections);
+        outcome.isNewConnection = connections > 0;
         if (outcome.curlCode != CURLE_OK) {
             outcome.curlText = m_errorText[0] != '\0'
                                    ? m_errorText
@@ -251,12 +275,25 @@ void CurlExchange::prepare(const QosParams& limits) {
     curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(curl, CURLOPT_HEADER, 0L);
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, limitOr(limits.connectTimeout, kDefaultConnectTimeout));
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT, limitOr(limits.timeout, kNoLimit));
+    curl_easy_setopt(curl, CURLOPT_QUICK_EXIT, 1L);  // the limits end a look-up of libcurl's own as well
+    m_connectLimit = limitOr(limits.connectTimeout, kDefaultConnectTimeout);
+    m_limit = limitOr(limits.timeout, kNoLimit);
+    spend(std::chrono::milliseconds(0));
+}
+
+void CurlExchange::spend(std::chrono::milliseconds spent) {
+    CURL* const curl = m_curl.get();
+    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, remaining(m_connectLimit, spent));
+    curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, m_limit == kNoLimit ? 0L : remaining(m_limit, spent));
+}
+
+std::chrono::seconds CurlExchange::connectLimit() const {
+    return m_limit == kNoLimit ? m_connectLimit : std::min(m_connectLimit, m_limit);
 }
 
 ExchangeReply CurlExchange::run(const ExchangeRequest& request) {
-    return Run(m_curl.get(), request).perform();
+    return request.pinned.curlCode == CURLE_OK ? Run(m_curl.get(), request).perform()
+                                               : endedBefore(request.pinned.curlCode);
 }
 
 void initialLibcurl() {

@@ -3,6 +3,7 @@
 
 #include <curl/curl.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -25,6 +26,10 @@ public:
 
     /// @brief Sets what all runs have in common.
     void prepare(const QosParams& limits);
+    /// @brief Takes off the limits what has been spent before the run.
+    void spend(std::chrono::milliseconds spent);
+    /// @brief How long a connection may take to stand, by the nearer of both limits.
+    std::chrono::seconds connectLimit() const;
     ExchangeReply run(const ExchangeRequest& request);
 
 private:
@@ -34,6 +39,8 @@ private:
 
     const TlsSettings m_tls;  // above the handle, which points to them
     const std::unique_ptr<CURL, Free> m_curl;
+    std::chrono::seconds m_connectLimit{0};
+    std::chrono::seconds m_limit{0};  // 0: none
 };
 
 /// @brief Starts libcurl, once for the process, and logs its version.

@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "vloxlib/Types.h"
 #include "vloxlib/http/HttpTypes.h"
@@ -26,7 +27,9 @@ using HeaderLines = std::shared_ptr<curl_slist>;
 struct PinnedHost {
     std::string host;
     std::string port;
-    std::string address;
+    std::vector<std::string> addresses;  ///< in the order in which they are tried
+    int curlCode =
+        0;  ///< why the exchange ends before it begins: its look-up took too long, or it was cancelled
 };
 
 /// @brief What an exchange brought.

@@ -111,12 +111,10 @@ int HttpClient::httpCancel() {
 
 int HttpClient::performSync(std::shared_ptr<QosParams> qos, long* httpCode) {
     syncCommonParams(std::move(qos));
-    m_state->pinned = pinnedHostOf(m_state->url);
+    m_state->lookUp();
     const int ret = httpPerform(httpCode);
-    const int curlCode = m_state->outcome.curlCode;
-    if (curlCode != 0 || ret == native::kUnknown) {
-        reportFailure(m_state->pinned, curlCode);
-    }
+    const ExchangeOutcome& outcome = m_state->outcome;
+    reportOutcome(m_state->pinned, outcome, outcome.curlCode != 0 || ret == native::kUnknown);
     return ret;
 }
 

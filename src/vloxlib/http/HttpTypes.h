@@ -49,6 +49,8 @@ struct ExchangeOutcome {
         0;            ///< OpenSSL's verdict on the server's certificate: an X509_V_ value, 0 for a good one
     long status = 0;  ///< HTTP status of the last reply; 0 without a reply
     std::string address;  ///< the IP address that was connected to, or tried last; empty without one
+    bool isNewConnection =
+        false;  ///< false: a connection of an earlier exchange was used on, or there was none
 };
 
 }  // namespace vloxlib

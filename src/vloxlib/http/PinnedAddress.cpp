@@ -1,10 +1,14 @@
 #include "vloxlib/http/PinnedAddress.h"
 
+#include <Poco/String.h>
+#include <curl/curl.h>
+
+#include <algorithm>
 #include <mutex>
 
 #include "platform/InetAddress.h"
-#include "vloxlib/dnscache/DNSCache.h"
 #include "vloxlib/dnscache/Tools.h"
+#include "vloxlib/http/ProxyRules.h"
 #include "vloxlib/log/vloxLog.h"
 #include "vloxlib/network/NetworkMonitor.h"
 
@@ -41,25 +45,69 @@ private:
     HOSTPORT m_target;
 };
 
-}  // namespace
+std::string schemeOf(const std::string& url) { return url.substr(0, url.find("://")); }
 
-PinnedHost pinnedHostOf(const std::string& url) {
-    HOSTPORT target = Targets::instance().of(url);
-    if (platform::isInetAddress(target.host)) {
-        return {};
-    }
-    std::string address = DNSCache::getInstance()->getIpByDomain(target.host);
-    if (address.empty()) {
-        VLOX_LOG(2, "ip get from DNSCache is empty");
-        return {};
-    }
-    VLOX_LOG(2, "ip get from DNSCache is %s", address.c_str());
-    return {std::move(target.host), std::to_string(target.port), std::move(address)};
+// What ends an exchange over an address that has done nothing wrong: the caller, or this machine.
+bool isOurOwn(int curlCode) {
+    return curlCode == CURLE_ABORTED_BY_CALLBACK || curlCode == CURLE_WRITE_ERROR ||
+           curlCode == CURLE_READ_ERROR;
 }
 
-void reportFailure(const PinnedHost& pinned, int curlCode) {
-    if (!pinned.address.empty() && NetworkMonitor::getNetworkType() != NETWORK_TYPE_NONE) {
-        DNSCache::getInstance()->notifyFailureIpByDomain(pinned.host, pinned.address, curlCode);
+constexpr long kFirstServerError = 500;
+
+// Of several addresses libcurl tries one after the other, until one answers.
+std::vector<std::string> failedOnes(const std::vector<std::string>& tried, const ExchangeOutcome& outcome) {
+    if (outcome.address.empty()) {
+        switch (outcome.curlCode) {
+            case CURLE_COULDNT_CONNECT:
+                return tried;
+            case CURLE_OPERATION_TIMEDOUT:
+                return {tried.front()};
+            default:
+                return {};
+        }
+    }
+    const auto reached = std::find(tried.begin(), tried.end(), outcome.address);
+    if (reached == tried.end()) {
+        return {};  // a redirect has led elsewhere
+    }
+    const bool answered =
+        outcome.curlCode == CURLE_OK ? outcome.status < kFirstServerError : isOurOwn(outcome.curlCode);
+    return {outcome.isNewConnection ? tried.begin() : reached, answered ? reached : reached + 1};
+}
+
+}  // namespace
+
+PinnedHost pinnedHostOf(const std::string& url, const ResolvePatience& patience) {
+    HOSTPORT target = Targets::instance().of(url);
+    if (platform::isInetAddress(target.host) || !proxyFor(schemeOf(url), target.host).empty()) {
+        return {};
+    }
+    std::vector<std::string> addresses = DNSCache::getInstance()->getIpsByDomain(target.host, patience);
+    if (addresses.empty() || addresses.front().empty()) {
+        VLOX_LOG(2, "ip get from DNSCache is empty");
+        PinnedHost unknown;
+        unknown.curlCode = !patience.isOver()                       ? CURLE_OK
+                           : patience.givenUp && patience.givenUp() ? CURLE_ABORTED_BY_CALLBACK
+                                                                    : CURLE_OPERATION_TIMEDOUT;
+        return unknown;
+    }
+    VLOX_LOG(2, "ip get from DNSCache is %s",
+             Poco::cat(std::string(","), addresses.begin(), addresses.end()).c_str());
+    return {std::move(target.host), std::to_string(target.port), std::move(addresses)};
+}
+
+void reportOutcome(const PinnedHost& pinned, const ExchangeOutcome& outcome, bool failed) {
+    if (pinned.addresses.empty() || NetworkMonitor::getNetworkType() == NETWORK_TYPE_NONE) {
+        return;
+    }
+    const auto resolver = DNSCache::getInstance();
+    if (resolver->usesAllAddresses()) {
+        for (const std::string& address : failedOnes(pinned.addresses, outcome)) {
+            resolver->notifyFailureOfAddress(pinned.host, address, outcome.curlCode);
+        }
+    } else if (failed) {
+        resolver->notifyFailureIpByDomain(pinned.host, pinned.addresses.front(), outcome.curlCode);
     }
 }
 
