@@ -11,6 +11,8 @@ namespace vloxlib {
 /// @brief Formats as "%Y-%m-%d %H:%M:%S.%e [%^%L%$] [%t] [%! %#] %v" does, several times as fast: the date is
 /// formatted once per second, and the rest without going from flag to flag.
 ///
+/// A text can't pass for a line of its own: what follows a line break in it begins with a tab, and control
+/// characters are written as "\\x1b" and the like.
 /// Threads: one at a time, as sinks use it.
 class LineFormatter : public spdlog::formatter {
 public:
