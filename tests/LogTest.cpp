@@ -1,6 +1,7 @@
 #include "vloxlib/log/vloxLog.h"
 
 #include <Poco/Environment.h>
+#include <Poco/File.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -19,9 +20,12 @@
 #include "support/LogCapture.h"
 #include "support/Patterns.h"
 #include "support/TempDir.h"
+#include "vloxlib/log/FileSink.h"
+#include "vloxlib/log/FlushRule.h"
 #include "vloxlib/log/GenericLogger.h"
 #include "vloxlib/log/LineFormatter.h"
 #include "vloxlib/log/LogQueue.h"
+#include "vloxlib/log/LogWorker.h"
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
@@ -37,10 +41,10 @@ namespace {
 
 constexpr char kSharedDirectory[] = "VLOX_LOG_TEST_DIRECTORY";
 
-std::string dated(const std::string& baseName, const std::string& extension) {
-    const std::time_t now = std::time(nullptr);
+std::string dated(const std::string& baseName, const std::string& extension,
+                  std::time_t time = std::time(nullptr)) {
     char date[16];
-    std::strftime(date, sizeof date, "_%Y-%m-%d", std::localtime(&now));
+    std::strftime(date, sizeof date, "_%Y-%m-%d", std::localtime(&time));
     return baseName + date + extension;
 }
 
@@ -168,8 +172,10 @@ TEST_F(LogTest, OddArgumentsNeitherCrashNorLoseTheLine) {
     vloxprint_v2(4, "u.cpp", "f", 0, "no line number");
     vloxprint_v2(4, "u.cpp", wide.c_str(), 1, "long name");
     vloxprint_v2(99, "u.cpp", "f", 1, "no such level");
+    vloxprint_v2(4, "u.cpp", "f", 1, "%s", (wide.substr(0, 2046) + "\xe2\x82\xac").c_str());
     vloxprint_v2(4, "u.cpp", "f", 1, "%s", wide.c_str());
-    ASSERT_TRUE(holdsWithin(30s, "www", 2));
+    ASSERT_TRUE(holdsWithin(30s, "www", 3));
+    EXPECT_EQ(0, count("\xe2")) << "a character cut in two";
     EXPECT_EQ(1, count("] [ 3] no names"));
     EXPECT_EQ(1, count("] [ ] no line number"));
     EXPECT_EQ(1, count(wide + " 1] long name"));
@@ -298,7 +304,7 @@ TEST_F(LogTest, AReplacedLoggerWritesWhatItHasAndClosesItsFile) {
 }
 
 TEST_F(LogTest, RotatingFilesAreThereForWhoAsksForThem) {
-    vloxlib::setProcessLogger(std::make_shared<vloxlib::GenericLogger>(
+    vloxlib::setProcessLogger(std::make_unique<vloxlib::GenericLogger>(
         "rotating", path("rotating.log").c_str(), false, 1, 2, 1000));
     for (int line = 0; line < 20; ++line) {
         VLOX_LOG(4, "%s", std::string(200, 'r').c_str());
@@ -362,6 +368,17 @@ TEST_F(LogTest, StartRemovesFilesByAgeNameAndExtension) {
     EXPECT_EQ(2, count("remove_histroy_log_files: "));
 }
 
+TEST_F(LogTest, AChangeOfDayRemovesOldFilesToo) {
+    start();
+    addFile("windows_sdk_2019-01-01.log", 8);
+    const auto tomorrow = spdlog::log_clock::now() + 24h;
+    vloxlib::processLogger()->logger()->log(tomorrow, {}, spdlog::level::err, "tomorrow");
+    EXPECT_TRUE(holdsWithin(30s, "remove_histroy_log_files: ", 1));
+    VLOX_LOG(4, "end");
+    EXPECT_TRUE(holdsWithin(30s, "] end", 1));
+    EXPECT_FALSE(exists("windows_sdk_2019-01-01.log"));
+}
+
 TEST_F(LogTest, CollectsTheFilesWrittenWithinTheTimes) {
     addFile("windows_sdk_a.log", 5);
     addFile("windows_sdk_b.log", 3);
@@ -375,7 +392,14 @@ TEST_F(LogTest, CollectsTheFilesWrittenWithinTheTimes) {
     EXPECT_FALSE(exists("out/windows_sdk_c.log"));
     EXPECT_EQ(0, collect_sdk_log((path("out") + "\\").c_str(), daysAgo(6), daysAgo(4)));
     EXPECT_TRUE(exists("out/windows_sdk_a.log")) << "a separator at the end changes nothing";
-    EXPECT_EQ(0, collect_sdk_log(path("single").c_str(), daysAgo(2), daysAgo(0) - 3600));
+    VLOX_LOG(2, "logged just before");
+    EXPECT_EQ(0, collect_sdk_log(path("out").c_str(), daysAgo(1) + 3600, daysAgo(-1)));
+    EXPECT_EQ(1, countIn(path("out/" + dated("windows_sdk", ".log")), "logged just before"));
+    EXPECT_EQ(0, collect_sdk_log(path("").c_str(), daysAgo(6), daysAgo(-1)));
+    EXPECT_THAT(linesOf(path("windows_sdk_a.log")), ElementsAre("windows_sdk_a.log")) << "copied onto itself";
+    EXPECT_EQ(1, count("logged just before"));
+    const __int64 written = Poco::File(path("windows_sdk_c.log")).getLastModified().epochTime();
+    EXPECT_EQ(0, collect_sdk_log(path("single").c_str(), daysAgo(2), written)) << "the end belongs to it";
     EXPECT_THAT(linesOf(path("single")), ElementsAre("windows_sdk_c.log"));
 
     EXPECT_EQ(0, collect_sdk_log(path("none").c_str(), 1000, 1000));
@@ -407,7 +431,12 @@ TEST_F(LogDeathTest, CloseWritesOutWhatIsQueuedAndEndsLogging) {
 
 TEST_F(LogDeathTest, ExitFromALoggingFunctionWhileAnotherThreadLogsOnEndsCleanly) {
     struct LogsAtTheVeryEnd {
-        ~LogsAtTheVeryEnd() { VLOX_LOG(2, "last words"); }
+        ~LogsAtTheVeryEnd() {
+            VLOX_LOG(2, "last words");
+            std::thread(close_logger).join();
+            close_logger();
+            VLOX_LOG(2, "last words after the end");
+        }
     };
     EXPECT_EXIT(
         {
@@ -435,8 +464,9 @@ TEST_F(LogDeathTest, ExitFromALoggingFunctionWhileAnotherThreadLogsOnEndsCleanly
 TEST(LogQueue, HoldsWritersUpWhileItIsFullAndTellsThemTheEnd) {
     vloxlib::LogQueue queue;
     const auto write = [&queue] {
-        return queue.write(
-            [](vloxlib::LogRecord& record) { record.set(vloxlib::LogRecord::Kind::Flush, nullptr); });
+        return queue.write([](vloxlib::LogRecord& record) {
+            record.set(vloxlib::LogRecord::Kind::Flush, nullptr);
+        }) > 0;
     };
     for (std::size_t i = 0; i < 2048; ++i) {
         ASSERT_TRUE(write());
@@ -452,6 +482,122 @@ TEST(LogQueue, HoldsWritersUpWhileItIsFullAndTellsThemTheEnd) {
     EXPECT_EQ(std::future_status::timeout, late.wait_for(50ms));
     queue.close();
     EXPECT_FALSE(late.get());
+}
+
+TEST(FlushRule, FlushesEachTenthLineAndOnceTwoSecondsAfterTheLast) {
+    vloxlib::FlushRule rule;
+    const auto lines = [&rule](std::size_t count) {
+        const std::size_t behind = rule.flushBehind(count);
+        for (std::size_t line = 1; line <= count; ++line) {
+            rule.line();
+            if (line == behind && rule.isDue()) {
+                rule.flushed();
+            }
+        }
+        return behind;
+    };
+    EXPECT_EQ(0U, lines(9));
+    EXPECT_EQ(1U, lines(4));
+    EXPECT_EQ(17U, lines(19));
+    EXPECT_EQ(2s, rule.wait());
+    EXPECT_TRUE(rule.nothingCame());
+    EXPECT_EQ(600s, rule.wait());
+    EXPECT_FALSE(rule.nothingCame());
+    rule.somethingCame();
+    EXPECT_EQ(2s, rule.wait());
+}
+
+class DailySinkTest : public LogTest {
+protected:
+    DailySinkTest() { m_sink.set_formatter(std::make_unique<vloxlib::LineFormatter>()); }
+    void log(spdlog::log_clock::duration after, const std::string& text) {
+        m_sink.log({m_now + after, {}, "logger", spdlog::level::info, text});
+    }
+    std::string fileOf(spdlog::log_clock::duration after) const {
+        return path(dated("daily", ".log", spdlog::log_clock::to_time_t(m_now + after)));
+    }
+    // The texts in a file, one behind the other.
+    std::string textsOf(spdlog::log_clock::duration after) {
+        m_sink.flush();
+        std::string texts;
+        for (const std::string& line : linesOf(fileOf(after))) {
+            texts += line.substr(line.rfind("] ") + 2) + ";";
+        }
+        return texts;
+    }
+
+    vloxlib::DailySink m_sink{path("daily.log")};
+    const spdlog::log_clock::time_point m_now = spdlog::log_clock::now();
+};
+
+TEST_F(DailySinkTest, WritesIntoTheFileOfTheLinesDayWhereverTheClockGoes) {
+    const auto years = 3660 * 24h;
+    log(0s, "today");
+    log(24h, "tomorrow");
+    EXPECT_TRUE(m_sink.takeEndOfDay());
+    log(0s, "stamped before midnight");
+    log(years, "ahead");
+    log(0s, "put right");
+    EXPECT_FALSE(m_sink.takeEndOfDay()) << "a clock that was set ends no day";
+    EXPECT_EQ("today;stamped before midnight;put right;", textsOf(0s));
+    EXPECT_EQ("tomorrow;", textsOf(24h));
+    EXPECT_EQ("ahead;", textsOf(years));
+}
+
+TEST_F(DailySinkTest, KeepsItsFileWhileTheNextDaysCannotBeOpened) {
+    fs::create_directory(fileOf(24h));
+    log(0s, "before");
+    log(24h, "refused");
+    log(0s, "of the old day");
+    log(24h, "refused again");
+    EXPECT_EQ("before;refused;of the old day;refused again;", textsOf(0s));
+    fs::remove(fileOf(24h));
+    log(24h + 1s, "too early");
+    EXPECT_THAT(textsOf(0s), EndsWith("too early;"));
+    log(24h + 9s, "there now");
+    EXPECT_EQ("there now;", textsOf(24h));
+}
+
+TEST_F(DailySinkTest, TwoProcessesWithOneFileDoNotTearEachOthersLines) {
+    vloxlib::DailySink other(path("daily.log"));
+    other.set_formatter(std::make_unique<vloxlib::LineFormatter>());
+    const std::string text(1000, 'x');
+    const auto write = [&](vloxlib::DailySink& sink) {
+        for (int line = 0; line < 1000; ++line) {
+            sink.log({m_now, {}, "logger", spdlog::level::info, text});
+        }
+        sink.flush();
+    };
+    std::thread thread([&] { write(other); });
+    write(m_sink);
+    thread.join();
+    const std::vector<std::string> lines = linesOf(fileOf(0s));
+    EXPECT_EQ(2000, std::count_if(lines.begin(), lines.end(), [&](const std::string& line) {
+                  return line.find("20") == 0 && line.find("] " + text) == line.size() - text.size() - 2;
+              }));
+}
+
+TEST(LineFormatter, LetsNoTextPassForALineOfItsOwn) {
+    struct Row {
+        const char* text;
+        const char* written;
+    };
+    const Row rows[] = {
+        {"no control\tcharacter \xc3\xa9 \xc2\xa0", "no control\tcharacter \xc3\xa9 \xc2\xa0"},
+        {"a\n2019-09-26 forged", "a\n\t2019-09-26 forged"},
+        {"a specified end \n", "a specified end \n"},
+        {"two\r\n\nbreaks", "two\\x0d\n\t\n\tbreaks"},
+        {"\x1b[2J\x7f", "\\x1b[2J\\x7f"},
+        {"12345678\x1f", "12345678\\x1f"},
+        {"next line \xc2\x85.", "next line \\x85."},
+        {"ends within \xc2", "ends within \xc2"}};
+    for (const Row& row : rows) {
+        vloxlib::LineFormatter formatter;
+        spdlog::memory_buf_t line;
+        formatter.format({spdlog::log_clock::now(), {}, "logger", spdlog::level::info, row.text}, line);
+        EXPECT_THAT(fmt::to_string(line),
+                    EndsWith(std::string("] ") + row.written + spdlog::details::os::default_eol));
+    }
 }
 
 TEST(LineFormatter, FormatsAsThePatternDoes) {

@@ -1,40 +1,36 @@
 #include "vloxlib/log/GenericLogger.h"
 
-#include <spdlog/details/registry.h>
-#include <spdlog/sinks/daily_file_sink.h>
-#include <spdlog/sinks/rotating_file_sink.h>
-
 #include <algorithm>
 #include <cstddef>
-#include <cstdio>
 #include <filesystem>
 #include <utility>
-#include <vector>
 
 #include "platform/DebugOutput.h"
+#include "vloxlib/log/FileSink.h"
 #include "vloxlib/log/LineFormatter.h"
 #include "vloxlib/log/LogWorker.h"
+
+namespace fs = std::filesystem;
 
 namespace vloxlib {
 
 namespace {
 
 constexpr int kRotatingFiles = 1;
-// The worker's lock guards the sinks, which are so of spdlog's kind without locks. Flushing is the worker's
-// own business; the stream only gathers what lies between two flushes.
-constexpr std::size_t kFileBuffer = 65536;
 
-spdlog::sink_ptr makeFileSink(const std::string& path, int sinkMode, int maxFiles, int maxFileSize) {
-    const spdlog::filename_t file = std::filesystem::u8path(path).native();
-    spdlog::file_event_handlers handlers;
-    handlers.after_open = [](const spdlog::filename_t&, std::FILE* stream) {
-        std::setvbuf(stream, nullptr, _IOFBF, kFileBuffer);
-    };
+std::shared_ptr<FileSink> makeFileSink(const std::string& path, int sinkMode, int maxFiles, int maxFileSize) {
     if (sinkMode == kRotatingFiles) {
-        return std::make_shared<spdlog::sinks::rotating_file_sink_st>(
-            file, static_cast<std::size_t>(maxFileSize), static_cast<std::size_t>(maxFiles), false, handlers);
+        return std::make_shared<RotatingSink>(path, static_cast<std::size_t>(maxFileSize),
+                                              static_cast<std::size_t>(maxFiles));
     }
-    return std::make_shared<spdlog::sinks::daily_file_sink_st>(file, 0, 0, false, std::uint16_t{0}, handlers);
+    return std::make_shared<DailySink>(path);
+}
+
+// Later files belong beside the first one, whatever the current directory is by then.
+std::string fullPath(const std::string& path) {
+    std::error_code failure;
+    const fs::path full = fs::absolute(fs::u8path(path), failure);
+    return failure ? path : full.u8string();
 }
 
 }  // namespace
@@ -52,32 +48,15 @@ GenericLogger::GenericLogger(const char* name, const char* path, bool debugOutpu
     if (m_name.empty() || m_path.empty()) {
         return;
     }
-    std::vector<spdlog::sink_ptr> sinks;
-    if (debugOutput) {
-        if (spdlog::sink_ptr debugger = platform::makeDebugOutput()) {
-            sinks.push_back(std::move(debugger));
-        }
-    }
-    sinks.push_back(makeFileSink(m_path, sinkMode, maxFiles, maxFileSize));
-    for (const spdlog::sink_ptr& sink : sinks) {
-        sink->set_formatter(std::make_unique<LineFormatter>());
-    }
-    LogWorker::instance();
-    m_logger = std::make_shared<WorkerLogger>(m_name, std::move(sinks));
+    m_path = fullPath(m_path);
+    const spdlog::sink_ptr debugger = debugOutput ? platform::makeDebugOutput() : nullptr;
+    m_logger = std::make_shared<WorkerLogger>(m_name, debugger,
+                                              makeFileSink(m_path, sinkMode, maxFiles, maxFileSize));
+    m_logger->set_formatter(std::make_unique<LineFormatter>());
     m_logger->set_level(spdlog::level::info);
+    LogWorker::instance();
 }
 
 GenericLogger::~GenericLogger() = default;
-
-void GenericLogger::enroll(const GenericLogger* earlier) const {
-    auto& registry = spdlog::details::registry::instance();
-    if (earlier != nullptr) {
-        registry.drop(earlier->name());
-    }
-    if (m_logger) {
-        registry.register_logger(m_logger);
-        registry.flush_on(spdlog::level::err);
-    }
-}
 
 }  // namespace vloxlib

@@ -21,11 +21,8 @@ public:
     GenericLogger& operator=(const GenericLogger&) = delete;
 
     const std::string& name() const { return m_name; }
-    const std::string& path() const { return m_path; }  ///< UTF-8, with the system's separators
+    const std::string& path() const { return m_path; }  ///< UTF-8, full, with the system's separators
     WorkerLogger* logger() const { return m_logger.get(); }
-
-    /// Makes the logger known to spdlog's registry, through which the worker flushes, in place of `earlier`.
-    void enroll(const GenericLogger* earlier) const;
 
 private:
     std::string m_name;
@@ -33,12 +30,12 @@ private:
     std::shared_ptr<WorkerLogger> m_logger;
 };
 
-/// @brief The process-wide logger, null when there is none. Only between create_logger() and close_logger()
-/// calls.
-std::shared_ptr<GenericLogger> processLogger();
+/// @brief The process-wide logger, null when there is none. It stays for the rest of the process, closed in
+/// the end.
+GenericLogger* processLogger();
 
 /// @brief Makes a logger the process-wide one; an earlier one writes what is queued and closes its file.
-void setProcessLogger(std::shared_ptr<GenericLogger> logger);
+void setProcessLogger(std::unique_ptr<GenericLogger> logger);
 
 /// @brief The path with each separator in the system's form.
 std::string withSystemSeparators(std::string path);

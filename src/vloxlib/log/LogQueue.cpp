@@ -65,7 +65,8 @@ std::size_t LogQueue::waitForRecords(std::chrono::seconds limit) {
     std::unique_lock<std::mutex> lock(m_mutex);
     const auto wait = [&](auto time, std::size_t wakeAt) {
         m_wakeAt = wakeAt;
-        m_readable.wait_for(lock, time, [&] { return m_urgent || m_written - m_read >= wakeAt; });
+        m_readable.wait_for(lock, time,
+                            [&] { return m_closing || m_urgent || m_written - m_read >= wakeAt; });
         m_wakeAt = kNever;
     };
     wait(limit, 1);
@@ -76,9 +77,20 @@ std::size_t LogQueue::waitForRecords(std::chrono::seconds limit) {
     return m_written - m_read;
 }
 
+bool LogQueue::waitUntilRead(std::size_t position, Limit limit) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    waitForReader(lock, limit, [&] { return m_closed || m_read >= position; });
+    return m_read >= position;
+}
+
 std::size_t LogQueue::size() {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_written - m_read;
+}
+
+std::size_t LogQueue::unsettled() {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_written - m_settled;
 }
 
 void LogQueue::release(std::size_t count) {
@@ -86,16 +98,24 @@ void LogQueue::release(std::size_t count) {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_read += count;
-        wake = m_writersWaiting > 0;
+        wake = m_waiting > 0;
     }
     if (wake) {
-        m_writable.notify_all();
+        m_released.notify_all();
     }
 }
 
 void LogQueue::beginClose() {
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_closing = true;
+    }
+    m_readable.notify_one();
+}
+
+bool LogQueue::isClosing() {
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_closing = true;
+    return m_closing;
 }
 
 void LogQueue::close() {
@@ -103,7 +123,12 @@ void LogQueue::close() {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_closed = true;
     }
-    m_writable.notify_all();
+    m_released.notify_all();
+}
+
+bool LogQueue::waitUntilClosed(Limit limit) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return waitForReader(lock, limit, [this] { return m_closed; });
 }
 
 void LogQueue::abandon() {

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 namespace vloxlib {
 
@@ -19,7 +20,7 @@ class WorkerLogger;
 /// returns.
 class LogRecord {
 public:
-    enum class Kind { Log, Flush, Retire, Terminate };
+    enum class Kind { Log, Flush, Retire };
 
     /// A record without texts.
     void set(Kind kind, WorkerLogger* logger);
@@ -58,34 +59,45 @@ private:
 /// @brief A bounded queue of records with many writers and one reader, in the order of writing.
 ///
 /// Memory is taken once. Writers wait while it is full; the reader works on records in place, and they count
-/// until it releases them.
+/// until it releases them. A position is the number of records up to a point, over all time.
 class LogQueue {
 public:
     static constexpr std::size_t kCapacity = 2048;
+    using Limit = std::optional<std::chrono::steady_clock::time_point>;  // none: without end
 
     LogQueue() : m_records(new LogRecord[kCapacity]) {}
 
-    /// Calls fill(record) on the next free record, waiting for one. @return false: the queue is closed.
+    /// Calls fill(record) on the next free record, waiting for one.
+    /// @return the position behind it, 0 when the queue is closed or the limit passed.
     template <typename Fill>
-    bool write(Fill fill);
+    std::size_t write(Fill fill, Limit limit = std::nullopt);
+    /// Waits until the reader has released all up to a position. @return false: closed, or the limit passed.
+    bool waitUntilRead(std::size_t position, Limit limit);
 
     /// Waits until there is something to read, and then a moment longer, so that a burst costs few wake-ups
-    /// and few flushes; what is urgent ends the wait. @return how many records, 0 when the time passed first.
+    /// and few flushes; what is urgent ends the wait, and so does beginClose(). @return how many records.
     std::size_t waitForRecords(std::chrono::seconds limit);
     /// How many records there are.
     std::size_t size();
     /// The reader's next record, and the step to the one behind it. That one may not be there yet.
     const LogRecord& front() const { return m_records[m_next % kCapacity]; }
     void advance() { m_next.store(m_next + 1, std::memory_order_release); }
+    /// The reader: what it has read so far is safe.
+    void settle() { m_settled.store(m_next, std::memory_order_relaxed); }
+    /// How many records aren't safe yet.
+    std::size_t unsettled();
     /// How many records are ahead of the reader, for the last thread of a process: without the lock, which a
     /// thread that is gone may have held.
     std::size_t sizeForLastThread() const { return m_written - m_next; }
     /// Gives the oldest records back to the writers.
     void release(std::size_t count);
-    /// The end, in two steps of the reader: from beginClose() on writers wait while what is queued is read,
-    /// and close() tells them that nothing can be written any more.
+
+    /// The end, in two steps: from beginClose() on writers wait while the reader reads what is queued, and
+    /// close() tells them that nothing can be written any more.
     void beginClose();
+    bool isClosing();
     void close();
+    bool waitUntilClosed(Limit limit);  ///< @return false when the limit passed
 
     /// For a fork: nothing is under way between the two. What a forked child inherits is abandoned, and the
     /// queue closed, before the child unlocks.
@@ -97,35 +109,51 @@ private:
     static constexpr std::size_t kNever = kCapacity + 1;
     static constexpr std::size_t kCacheLine = 64;
 
+    template <typename Condition>
+    bool waitForReader(std::unique_lock<std::mutex>& lock, Limit limit, Condition condition);
+
     const std::unique_ptr<LogRecord[]> m_records;
     std::atomic<std::size_t> m_next{0};  // the reader's own, out of the way of what the writers change
+    std::atomic<std::size_t> m_settled{0};
 
     alignas(kCacheLine) std::mutex m_mutex;
     std::condition_variable m_readable;
-    std::condition_variable m_writable;
+    std::condition_variable m_released;
     bool m_closing = false;  // guarded by m_mutex, as all that follows
     bool m_closed = false;
     bool m_urgent = false;
     std::size_t m_wakeAt = kNever;  // how many records wake the reader
-    std::size_t m_writersWaiting = 0;
+    std::size_t m_waiting = 0;      // for the reader
     std::size_t m_written = 0;
     std::size_t m_read = 0;
 };
 
+// @return false when the limit passed.
+template <typename Condition>
+bool LogQueue::waitForReader(std::unique_lock<std::mutex>& lock, Limit limit, Condition condition) {
+    ++m_waiting;
+    const bool met =
+        limit ? m_released.wait_until(lock, *limit, condition) : (m_released.wait(lock, condition), true);
+    --m_waiting;
+    return met;
+}
+
 template <typename Fill>
-bool LogQueue::write(Fill fill) {
+std::size_t LogQueue::write(Fill fill, Limit limit) {
+    std::size_t position = 0;
     bool wake = false;
     {
         std::unique_lock<std::mutex> lock(m_mutex);
-        ++m_writersWaiting;
-        m_writable.wait(lock, [this] { return m_closed || (!m_closing && m_written - m_read < kCapacity); });
-        --m_writersWaiting;
+        const auto hasRoom = [this] { return !m_closing && m_written - m_read < kCapacity; };
+        if (!hasRoom() && !waitForReader(lock, limit, [&] { return m_closed || hasRoom(); })) {
+            return 0;
+        }
         if (m_closed) {
-            return false;
+            return 0;
         }
         LogRecord& record = m_records[m_written % kCapacity];
         fill(record);
-        ++m_written;
+        position = ++m_written;
         m_urgent = m_urgent || record.isUrgent();
         wake = m_wakeAt != kNever && (m_urgent || m_written - m_read >= m_wakeAt);
         if (wake) {
@@ -135,7 +163,7 @@ bool LogQueue::write(Fill fill) {
     if (wake) {
         m_readable.notify_one();
     }
-    return true;
+    return position;
 }
 
 }  // namespace vloxlib

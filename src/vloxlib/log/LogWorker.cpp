@@ -1,34 +1,46 @@
 #include "vloxlib/log/LogWorker.h"
 
-#include <spdlog/details/registry.h>
-
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
+#include <thread>
 #include <utility>
 
 #include "platform/Fork.h"
 #include "platform/ProcessEnd.h"
+#include "platform/Thread.h"
 
 namespace vloxlib {
 
 namespace {
 
-constexpr std::chrono::seconds kShortWait(2);
-constexpr std::chrono::seconds kLongWait(600);
-constexpr std::size_t kFlushBatch = 10;
 // Records are given back to waiting writers in steps of this size.
 constexpr std::size_t kStep = 256;
 
 std::atomic<LogWorker*> s_started{nullptr};
-thread_local bool s_mayFlush = false;  // this thread writes to the sinks itself
+std::atomic<void (*)()> s_endOfDayHandler{nullptr};
+thread_local bool s_isWorker = false;
+
+// How long a disk that doesn't answer may hold up the host.
+LogQueue::Limit twoSecondsFromNow() { return std::chrono::steady_clock::now() + std::chrono::seconds(2); }
+
+// By trying, so that nobody is woken who takes the lock for each line; a fork isn't in a hurry.
+bool lockWithin(std::mutex& mutex, LogQueue::Limit limit) {
+    while (!mutex.try_lock()) {
+        if (std::chrono::steady_clock::now() > *limit) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(100));
+    }
+    return true;
+}
 
 }  // namespace
 
-// Made after the registry, and so destroyed before it: the worker flushes through the registry.
 class LogWorker::ExitHook {
 public:
     explicit ExitHook(LogWorker& worker) : m_worker(worker) {}
-    ~ExitHook() { m_worker.end(State::CallersWrite); }
+    ~ExitHook() { m_worker.atExit(); }
     ExitHook(const ExitHook&) = delete;
     ExitHook& operator=(const ExitHook&) = delete;
 
@@ -40,19 +52,14 @@ private:
 // is gone may have held it.
 class LogWorker::Writing {
 public:
-    explicit Writing(std::mutex& mutex)
-        : m_lock(mutex, std::defer_lock), m_mightFlush(std::exchange(s_mayFlush, true)) {
+    explicit Writing(std::mutex& mutex) : m_lock(mutex, std::defer_lock) {
         if (!platform::isLastThread()) {
             m_lock.lock();
         }
     }
-    ~Writing() { s_mayFlush = m_mightFlush; }
-    Writing(const Writing&) = delete;
-    Writing& operator=(const Writing&) = delete;
 
 private:
     std::unique_lock<std::mutex> m_lock;
-    const bool m_mightFlush;
 };
 
 LogWorker& LogWorker::instance() {
@@ -61,36 +68,90 @@ LogWorker& LogWorker::instance() {
     return worker;
 }
 
-void LogWorker::close() {
-    if (LogWorker* worker = s_started.load()) {
-        worker->end(State::Closed);
-    }
-}
-
 LogWorker::LogWorker() {
-    spdlog::details::registry::instance();
-    m_thread = std::thread([this] { run(); });
+    const platform::Thread runsUntilClosed([this] { run(); });
     s_started = this;
     platform::onFork(
         {[this] { beforeFork(); }, [this] { afterForkInParent(); }, [this] { afterForkInChild(); }});
 }
 
-void LogWorker::end(State state) {
-    State running = State::Running;
-    if (m_state.compare_exchange_strong(running, state) &&
-        post([](LogRecord& record) { record.set(LogRecord::Kind::Terminate, nullptr); })) {
-        m_thread.join();
+// @return false when the thread was gone already.
+bool LogWorker::moveTo(State state) {
+    State now = m_state;
+    while (now == State::Running || now == State::Exiting) {
+        if (m_state.compare_exchange_weak(now, state)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void LogWorker::close(WorkerLogger* last) {
+    if (LogWorker* worker = s_started) {
+        worker->end(last);
     }
 }
 
-// @return false when the caller has to see to it itself.
-template <typename Fill>
-bool LogWorker::post(Fill fill) {
+void LogWorker::awaitClose() {
+    LogWorker* worker = s_started;
+    if (worker != nullptr && worker->m_state == State::Closed && !platform::isLastThread()) {
+        worker->m_queue.waitUntilClosed(twoSecondsFromNow());
+    }
+}
+
+void LogWorker::end(WorkerLogger* last) {
     if (platform::isLastThread()) {
         takeOver();
-        return false;
     }
-    return m_queue.write(fill);
+    m_last = last;
+    if (moveTo(State::Closed)) {
+        m_queue.beginClose();
+        if (!m_queue.waitUntilClosed(twoSecondsFromNow())) {
+            giveUp();
+        }
+    } else if (m_state != State::GivenUp) {
+        m_state = State::Closed;
+        const Writing writing(m_writing);
+        if (last != nullptr) {
+            last->dropSinks();
+        }
+    }
+}
+
+void LogWorker::atExit() {
+    if (platform::isLastThread()) {
+        takeOver();
+    } else if (moveTo(State::Exiting)) {
+        if (!flushWithin(twoSecondsFromNow())) {
+            giveUp();
+        }
+    } else {
+        awaitClose();
+    }
+}
+
+void LogWorker::flush() {
+    LogWorker* worker = s_started;
+    if (worker != nullptr && worker->hasThread() && !platform::isLastThread()) {
+        worker->flushWithin(twoSecondsFromNow());
+    }
+}
+
+void LogWorker::onEndOfDay(void (*handler)()) { s_endOfDayHandler = handler; }
+
+bool LogWorker::flushWithin(LogQueue::Limit limit) {
+    const std::size_t end =
+        m_queue.write([](LogRecord& record) { record.set(LogRecord::Kind::Flush, nullptr); }, limit);
+    return end > 0 && m_queue.waitUntilRead(end, limit);
+}
+
+// The thread is left alone, wherever it stands: all that it uses stays.
+void LogWorker::giveUp() {
+    const std::size_t left = m_queue.unsettled();
+    if (m_state.exchange(State::GivenUp) != State::GivenUp) {
+        m_queue.close();
+        std::fprintf(stderr, "The log file doesn't answer: %zu lines were left.\n", left);
+    }
 }
 
 // The worker's thread is gone, wherever it was, and so are all that may have been writing into the queue.
@@ -98,154 +159,205 @@ void LogWorker::takeOver() {
     if (std::exchange(m_takenOver, true)) {
         return;
     }
-    State running = State::Running;
-    m_state.compare_exchange_strong(running, State::CallersWrite);
+    moveTo(State::CallersWrite);
     const Writing writing(m_writing);
     for (std::size_t left = m_queue.sizeForLastThread(); left > 0; --left) {
         handleNext();
     }
-    if (m_lastWritten != nullptr) {
-        m_lastWritten->flushSinks();
-    }
+    flushWritten();
 }
 
-// Nothing may be under way, nor wait in a stream's memory: the child has a copy of it, and would write it
-// again.
+// Nothing may be under way.
 void LogWorker::beforeFork() {
-    m_writing.lock();
-    if (m_state == State::Running) {
-        s_mayFlush = true;
-        flushAll();
-        s_mayFlush = false;
+    const bool holdsWriting = m_state != State::GivenUp && lockWithin(m_writing, twoSecondsFromNow());
+    if (!holdsWriting && m_state != State::GivenUp) {
+        std::fprintf(stderr,
+                     "The log file doesn't answer: %zu lines wait, and a forked process logs nothing.\n",
+                     m_queue.unsettled());
     }
     m_queue.lock();
+    m_forkHoldsWriting = holdsWriting;
 }
 
 void LogWorker::afterForkInParent() {
+    const bool holdsWriting = m_forkHoldsWriting;
     m_queue.unlock();
-    m_writing.unlock();
-}
-
-// What is queued is the parent's to write.
-void LogWorker::afterForkInChild() {
-    State running = State::Running;
-    m_state.compare_exchange_strong(running, State::CallersWrite);
-    m_queue.abandon();
-    m_queue.unlock();
-    m_writing.unlock();
-}
-
-void LogWorker::checkNotClosed(const char* complaint) const {
-    if (m_state == State::Closed) {
-        spdlog::throw_spdlog_ex(complaint);
+    if (holdsWriting) {
+        m_writing.unlock();
     }
+}
+
+// What is queued or gathered is the parent's to write.
+void LogWorker::afterForkInChild() {
+    moveTo(State::CallersWrite);
+    m_queue.abandon();
+    if (m_forkHoldsWriting) {
+        if (m_lastWritten != nullptr) {
+            m_lastWritten->discardUnwritten();
+        }
+        m_rule.flushed();
+        m_writing.unlock();
+    } else {
+        m_state = State::GivenUp;
+    }
+    m_queue.unlock();
 }
 
 void LogWorker::postLine(WorkerLogger& logger, const spdlog::details::log_msg& line) {
-    std::unique_ptr<char[]> longTexts = LogRecord::memoryForTexts(line);
-    if (!post([&](LogRecord& record) { record.setLine(&logger, line, std::move(longTexts)); })) {
-        checkNotClosed("async log: thread pool doesn't exist anymore");
-        const Writing writing(m_writing);
-        logger.writeLine(line);
-        logger.flushSinks();
+    if (platform::isLastThread()) {
+        takeOver();
+    }
+    if (hasThread() && !s_isWorker) {
+        const bool isExiting = m_state == State::Exiting;
+        const LogQueue::Limit limit = isExiting ? twoSecondsFromNow() : std::nullopt;
+        std::unique_ptr<char[]> longTexts = LogRecord::memoryForTexts(line);
+        const bool isQueued =
+            m_queue.write([&](LogRecord& record) { record.setLine(&logger, line, std::move(longTexts)); },
+                          limit) > 0;
+        if (isExiting && !(isQueued && flushWithin(limit)) && m_state == State::Exiting) {
+            giveUp();
+        }
+        if (isQueued) {
+            return;
+        }
+    }
+    switch (m_state) {
+        case State::Closed:
+            spdlog::throw_spdlog_ex("async log: thread pool doesn't exist anymore");
+        case State::GivenUp:
+            break;
+        default:
+            writeDirectly(logger, line);
     }
 }
 
-void LogWorker::postFlush(WorkerLogger& logger) {
-    if (s_mayFlush) {
-        logger.flushSinks();
-    } else if (!post([&](LogRecord& record) { record.set(LogRecord::Kind::Flush, &logger); })) {
-        checkNotClosed("async flush: thread pool doesn't exist anymore");
-        const Writing writing(m_writing);
-        logger.flushSinks();
+void LogWorker::writeDirectly(WorkerLogger& logger, const spdlog::details::log_msg& line) {
+    const Writing writing(m_writing);
+    logger.writeLine(line);
+    logger.flushSinks();
+}
+
+void LogWorker::postFlush() {
+    if (hasThread() && !s_isWorker && !platform::isLastThread()) {
+        m_queue.write([](LogRecord& record) { record.set(LogRecord::Kind::Flush, nullptr); });
     }
 }
 
 void LogWorker::postRetire(WorkerLogger& logger) {
-    post([&](LogRecord& record) { record.set(LogRecord::Kind::Retire, &logger); });
+    if (hasThread() && !platform::isLastThread()) {
+        m_queue.write([&](LogRecord& record) { record.set(LogRecord::Kind::Retire, &logger); },
+                      twoSecondsFromNow());
+    }
 }
 
 void LogWorker::run() {
-    std::chrono::seconds currentWait = kShortWait;
-    bool running = true;
-    while (running) {
-        const std::size_t count = m_queue.waitForRecords(currentWait);
+    s_isWorker = true;
+    while (!m_queue.isClosing()) {
+        const std::size_t count = m_queue.waitForRecords(m_rule.wait());
         if (count > 0) {
-            running = workInSteps(count);
-            currentWait = kShortWait;
-        } else {
-            if (currentWait <= kShortWait) {
-                const Writing writing(m_writing);
-                flushAll();
-            }
-            currentWait = kLongWait;
+            workInSteps(count);
+            m_rule.somethingCame();
+            lookAtDay();
+        } else if (m_rule.nothingCame()) {
+            const Writing writing(m_writing);
+            flushWritten();
         }
     }
-    m_queue.beginClose();
     workInSteps(m_queue.size());
     {
         const Writing writing(m_writing);
-        flushAll();
+        flushWritten();
+        if (WorkerLogger* last = m_last) {
+            last->dropSinks();
+        }
     }
     m_queue.close();
 }
 
-bool LogWorker::workInSteps(std::size_t count) {
-    bool running = true;
+void LogWorker::workInSteps(std::size_t count) {
     for (std::size_t done = 0; done < count; done += kStep) {
-        running = work(std::min(count - done, kStep)) && running;
+        work(std::min(count - done, kStep));
     }
-    return running;
 }
 
-// The tenth lines within one step are flushed in one go, behind the last of them.
-bool LogWorker::work(std::size_t count) {
-    const Writing writing(m_writing);
-    const std::size_t flushAfter = count - std::min(count, (m_sinceFlush + count) % kFlushBatch);
-    bool running = true;
-    for (std::size_t i = 0; i < count; ++i) {
-        running = handleNext() && running;
-        if (i + 1 == flushAfter && m_sinceFlush >= kFlushBatch) {
-            flushAll();
+void LogWorker::work(std::size_t count) {
+    const std::size_t flushBehind = m_rule.flushBehind(count);
+    for (std::size_t done = 1; done <= count; ++done) {
+        const Writing writing(m_writing);
+        handleNext();
+        if (done == flushBehind && m_rule.isDue()) {
+            flushWritten();
         }
     }
     m_queue.release(count);
-    return running;
 }
 
-bool LogWorker::handleNext() {
-    const bool running = handle(m_queue.front());
+void LogWorker::handleNext() {
+    const LogRecord& record = m_queue.front();
+    handle(record);
     m_queue.advance();
-    return running;
+    if (record.isUrgent()) {
+        flushWritten();
+    }
 }
 
-bool LogWorker::handle(const LogRecord& record) {
+void LogWorker::handle(const LogRecord& record) {
     switch (record.kind()) {
         case LogRecord::Kind::Log:
-            record.logger()->writeLine(record.line());
-            m_lastWritten = record.logger();
-            ++m_sinceFlush;
+            if (m_lastWritten != record.logger()) {
+                flushWritten();
+                m_lastWritten = record.logger();
+            }
+            m_lastWritten->writeLine(record.line());
+            m_rule.line();
             break;
-        case LogRecord::Kind::Flush:
-            record.logger()->flushSinks();
+        case LogRecord::Kind::Flush:  // as all that is urgent
             break;
         case LogRecord::Kind::Retire:
             record.logger()->flushSinks();
             record.logger()->dropSinks();
             break;
-        case LogRecord::Kind::Terminate:
-            return false;
     }
-    return true;
 }
 
-void LogWorker::flushAll() {
-    spdlog::details::registry::instance().flush_all();
-    m_sinceFlush = 0;
+void LogWorker::flushWritten() {
+    if (m_lastWritten != nullptr) {
+        m_lastWritten->flushSinks();
+    }
+    m_rule.flushed();
+    m_queue.settle();
 }
 
-WorkerLogger::WorkerLogger(std::string name, std::vector<spdlog::sink_ptr> sinks)
-    : spdlog::logger(std::move(name), sinks.begin(), sinks.end()) {}
+void LogWorker::lookAtDay() {
+    bool hasEnded = false;
+    {
+        const Writing writing(m_writing);
+        hasEnded = m_lastWritten != nullptr && m_lastWritten->takeEndOfDay();
+    }
+    if (void (*const handler)() = s_endOfDayHandler; hasEnded && handler != nullptr) {
+        handler();
+    }
+}
+
+WorkerLogger::WorkerLogger(std::string name, const spdlog::sink_ptr& debugger, std::shared_ptr<FileSink> file)
+    : spdlog::logger(std::move(name), file), m_file(std::move(file)) {
+    if (debugger) {
+        sinks().insert(sinks().begin(), debugger);
+    }
+}
+
+void WorkerLogger::writeLine(const spdlog::details::log_msg& line) { spdlog::logger::sink_it_(line); }
+
+void WorkerLogger::dropSinks() {
+    m_file.reset();
+    sinks().clear();
+}
+
+void WorkerLogger::discardUnwritten() {
+    if (m_file) {
+        m_file->discard();
+    }
+}
 
 void WorkerLogger::sink_it_(const spdlog::details::log_msg& line) {
     try {
@@ -255,12 +367,6 @@ void WorkerLogger::sink_it_(const spdlog::details::log_msg& line) {
     }
 }
 
-void WorkerLogger::flush_() {
-    try {
-        LogWorker::instance().postFlush(*this);
-    } catch (const std::exception& error) {
-        err_handler_(error.what());
-    }
-}
+void WorkerLogger::flush_() { LogWorker::instance().postFlush(); }
 
 }  // namespace vloxlib

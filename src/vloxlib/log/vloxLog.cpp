@@ -1,7 +1,5 @@
 #include "vloxlib/log/vloxLog.h"
 
-#include <spdlog/details/registry.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cstdarg>
@@ -9,9 +7,7 @@
 #include <cstring>
 #include <memory>
 #include <utility>
-#include <vector>
 
-#include "platform/ProcessEnd.h"
 #include "vloxlib/log/GenericLogger.h"
 #include "vloxlib/log/LogWorker.h"
 
@@ -26,12 +22,33 @@ constexpr std::size_t kMaxLine = 2048;
 // What a log call uses: null without a logger and with a refused one.
 std::atomic<WorkerLogger*> s_lineLogger{nullptr};
 
-// All loggers of the process, the last one being the current one, null after close_logger(). They are kept,
-// closed and without sinks: a call on another thread may still be looking at one. Never destroyed, since
-// threads without an end log while the process goes down.
-std::vector<std::shared_ptr<GenericLogger>>& loggers() {
-    static auto& all = *new std::vector<std::shared_ptr<GenericLogger>>(1);
-    return all;
+std::atomic<GenericLogger*> s_current{nullptr};
+
+// All loggers that the process had. They are kept, closed and without sinks, since a call on another thread
+// may still be looking at one; and threads without an end log while the process goes down.
+struct Kept {
+    const std::unique_ptr<GenericLogger> logger;
+    Kept* earlier = nullptr;
+};
+std::atomic<Kept*> s_newest{nullptr};
+
+GenericLogger* keep(std::unique_ptr<GenericLogger> logger) {
+    auto* const kept = new Kept{std::move(logger)};
+    kept->earlier = s_newest.exchange(kept);
+    return kept->logger.get();
+}
+
+// The longest part of a text that fits, without half a character of UTF-8 at its end.
+std::size_t cutSize(const char* text, std::size_t size) {
+    if (size <= kMaxLine) {
+        return size;
+    }
+    constexpr std::size_t kLongestTail = 3;
+    std::size_t cut = kMaxLine;
+    while (cut > kMaxLine - kLongestTail && (static_cast<unsigned char>(text[cut]) & 0xc0U) == 0x80U) {
+        --cut;
+    }
+    return cut;
 }
 
 const char* withoutDirectories(const char* sourceFile) {
@@ -48,14 +65,13 @@ const char* withoutDirectories(const char* sourceFile) {
 
 namespace vloxlib {
 
-std::shared_ptr<GenericLogger> processLogger() { return loggers().back(); }
+GenericLogger* processLogger() { return s_current; }
 
-void setProcessLogger(std::shared_ptr<GenericLogger> logger) {
-    const std::shared_ptr<GenericLogger> earlier = loggers().back();
-    logger->enroll(earlier.get());
-    s_lineLogger = logger->logger();
-    loggers().push_back(std::move(logger));
-    if (earlier && earlier->logger() != nullptr) {
+void setProcessLogger(std::unique_ptr<GenericLogger> logger) {
+    GenericLogger* const current = keep(std::move(logger));
+    s_lineLogger = current->logger();
+    const GenericLogger* const earlier = s_current.exchange(current);
+    if (earlier != nullptr && earlier->logger() != nullptr) {
         LogWorker::instance().postRetire(*earlier->logger());
     }
 }
@@ -63,19 +79,11 @@ void setProcessLogger(std::shared_ptr<GenericLogger> logger) {
 }  // namespace vloxlib
 
 void close_logger() {
-    const std::shared_ptr<GenericLogger> current = loggers().back();
-    if (!current) {
-        return;
-    }
     s_lineLogger = nullptr;
-    loggers().push_back(nullptr);
-    LogWorker::close();
-    // A thread that is gone may have held the registry's locks.
-    if (!vloxlib::platform::isLastThread()) {
-        spdlog::details::registry::instance().shutdown();
-    }
-    if (current->logger() != nullptr) {
-        current->logger()->dropSinks();
+    if (const GenericLogger* const current = s_current.exchange(nullptr)) {
+        LogWorker::close(current->logger());
+    } else {
+        LogWorker::awaitClose();
     }
 }
 
@@ -91,12 +99,12 @@ int vloxprint_v2(int level, const char* sourceFile, const char* function, int li
     if (logger == nullptr || format == nullptr || level < logger->level()) {
         return 0;
     }
-    char text[kMaxLine + 1];
+    char text[kMaxLine + 2];  // the first byte of what is cut off tells where characters begin
     va_list arguments;
     va_start(arguments, format);
     const int length = std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
-    const auto size = std::min(static_cast<std::size_t>(std::max(length, 0)), kMaxLine);
+    const std::size_t size = cutSize(text, static_cast<std::size_t>(std::max(length, 0)));
     // Numbers above the known ones are written under spdlog's last letter.
     const auto known = static_cast<spdlog::level::level_enum>(std::min<int>(level, spdlog::level::off));
     logger->log(spdlog::source_loc(withoutDirectories(sourceFile), line, function), known,

@@ -21,7 +21,7 @@
 extern "C" {
 
 /// @brief Makes the process-wide logger, in place of an earlier one, and removes its files older than seven
-/// days.
+/// days, now and at each change of day.
 ///
 /// The file of a day is named after the path: "dir/windows_sdk.log" gives "dir/windows_sdk_2019-09-26.log".
 /// The level starts at 2. Lines are written by one thread of the logger's own: an error at once, others after
@@ -36,6 +36,10 @@ extern "C" {
 VLOX_API void create_logger(const char* name, const char* path, bool debugOutput);
 
 /// @brief Writes out what is queued, closes the file and ends the writing thread; later lines vanish.
+///
+/// Where the disk doesn't answer for two seconds, the rest is left, and the standard error output tells how
+/// many lines that is. Any number of times, from any thread, also while the process exits or in a forked
+/// child.
 VLOX_API void close_logger();
 
 /// @brief Lines below the level are dropped from now on. Levels outside 0 to 5 are ignored.
@@ -47,12 +51,14 @@ VLOX_API void set_logger_level(int level);
 /// only while 2048 lines are queued. All texts are copied before the call returns.
 /// @param sourceFile the source file as compiled; directories are cut off, whichever separator they use.
 /// @param function the qualified name of the calling function.
-/// @param format a printf format; the line is cut to 2048 bytes.
+/// @param format a printf format; the text is cut to 2048 bytes. What follows a line break in it begins with
+/// a tab, and control characters are written as "\x1b" and the like.
 /// @return 0; no meaning to the caller. Errors of writing never reach it.
 VLOX_API int vloxprint_v2(int level, const char* sourceFile, const char* function, int line,
                           const char* format, ...) VLOX_PRINTF_LIKE(5, 6);
 
-/// @brief Copies the log files last written between two times.
+/// @brief Copies the log files last written between two times, with all that was logged before the call;
+/// where the disk doesn't answer for two seconds, without it. A log is never copied onto one.
 /// @param destination an existing directory, into which each file goes under its own name. Any other path is
 /// taken as one file, which the last of them overwrites.
 /// @param begin, end seconds since the epoch, both included; begin is to be less than end.
