@@ -71,10 +71,11 @@ VLOX_API void remove_histroy_log_files(__int64 before);
 }  // extern "C"
 
 /// Logs one line, printf-style, with the call site: VLOX_LOG(4, "can't open %s", path).
-#define VLOX_LOG(level, ...)                                                                                 \
-    do {                                                                                                     \
-        static constexpr auto vloxFunctionName = VLOX_FUNCTION_NAME;                                         \
-        vloxprint_v2(level, __FILE__, ::vloxlib::functionNameText(vloxFunctionName), __LINE__, __VA_ARGS__); \
+#define VLOX_LOG(level, ...)                                                              \
+    do {                                                                                  \
+        static constexpr ::vloxlib::FunctionName<VLOX_FUNCTION_NAME.size()> vloxFunction( \
+            VLOX_FUNCTION_NAME);                                                          \
+        vloxprint_v2(level, __FILE__, vloxFunction.text, __LINE__, __VA_ARGS__);          \
     } while (false)
 
 #endif
