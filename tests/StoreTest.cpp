@@ -14,6 +14,8 @@
 #include "support/LogCapture.h"
 #include "support/Patterns.h"
 #include "support/StoreFixture.h"
+#include "win32/VLOXBase.h"
+#include "win32/VloxModuleAbstract.h"
 
 using namespace vloxlib;
 using namespace vlox_test;
@@ -84,6 +86,19 @@ std::string logOf(const std::string& output) {
     return all;
 }
 
+// Opens its store where modules do: in a call of the registry's.
+struct OpeningModule : VloxModuleAbstract {
+    explicit OpeningModule(std::string directory) : dir(std::move(directory)) {}
+    void onModuleRegistered(__int64) override { Sqlite3Functions::getSqliteInstance(dir.c_str(), "client"); }
+    void onModuleUnregistered() override {}
+    bool acceptsCommand(int) override { return false; }
+    void onSdkEventCmd(int, const std::string&, int, const std::string&) override {}
+    void onNotificationCmd(int, int, const std::string&) override {}
+    void onBusinessCmd(int, int, const std::string&) override {}
+
+    const std::string dir;
+};
+
 void startLogger() {
     static const TempDir* const dir = new TempDir;
     std::cerr << dir->path() << '\n';
@@ -95,13 +110,22 @@ TEST_F(StoreTest, UnusableFileEndsTheProcessWithItsLineWritten) {
     m_dir.write("file", "");
     const auto open = [](const std::string& dir) {
         startLogger();
-        std::thread([] {  // a thread that uses the registry until the end must not disturb it
-            for (;;) {
-                Sqlite3Functions::releaseSqliteInstance("/nowhere", "none");
+        // At the end somebody waits for a thread that uses the registries until then.
+        static struct Joined {
+            ~Joined() {
+                ending = true;
+                thread.join();
             }
-        })
-            .detach();
-        Sqlite3Functions::getSqliteInstance(dir.c_str(), "client");
+            std::atomic<bool> ending{false};
+            std::thread thread{[this] {
+                do {
+                    Sqlite3Functions::releaseSqliteInstance("/nowhere", "none");
+                    VLOXBase::dispatchBusinessCmd(1, 0, 0, "");
+                } while (!ending);
+            }};
+        } joined;
+        OpeningModule module(dir);
+        VLOXBase::registerModule(1, &module);
     };
     EXPECT_EXIT(
         open(m_dir.path("file")), testing::ExitedWithCode(1),

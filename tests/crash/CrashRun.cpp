@@ -32,7 +32,7 @@ std::vector<std::string> CrashRun::liveAndDie(const std::string& directory, cons
         lose("the program ended by itself");
     } else {
         Poco::Process::kill(process.id());
-        ++m_kills;
+        countKill();
     }
     while (std::getline(stream, line)) {
         // The last line may have been cut off by the kill.

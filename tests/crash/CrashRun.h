@@ -34,6 +34,7 @@ protected:
     std::string generation() const { return "g" + std::to_string(m_kills); }  ///< of the next life
     std::size_t random() { return m_random(); }
     void countOperation() { ++m_operations; }
+    void countKill() { ++m_kills; }
     void lose(const std::string& what);
 
 private:

@@ -7,12 +7,14 @@
 #include "crash/CacheCrash.h"
 #include "crash/LogCrash.h"
 #include "crash/StoreCrash.h"
+#include "crash/StoreDuel.h"
 #include "support/TempDir.h"
 
 using vlox_test::CacheCrash;
 using vlox_test::CrashRun;
 using vlox_test::LogCrash;
 using vlox_test::StoreCrash;
+using vlox_test::StoreDuel;
 using vlox_test::TempDir;
 
 namespace {
@@ -61,29 +63,34 @@ int main(int argc, char** argv) {
     unsigned seed = std::random_device{}();
     std::printf("seed %u\n", seed);
     Sum ofStore("store");
+    Sum ofDuel("two programs for one store");
     Sum ofLog("log");
     Sum ofCache("resolver cache");
     while (std::chrono::steady_clock::now() < end) {
         const TempDir storeDir;
+        const TempDir duelDir;
         const TempDir logDir;
         const TempDir cacheDir;
         StoreCrash store(storeDir.path(), seed++);
+        StoreDuel duel(duelDir.path(), seed++);
         LogCrash log(logDir.path(), seed++);
         CacheCrash cache(cacheDir.path(), seed++);
         for (int round = 0; round < kRoundsPerFile && std::chrono::steady_clock::now() < end; ++round) {
             killOften(store);
             const TempDir old;
             store.killMigration(old.path());
+            killOften(duel);
             killOften(log);
             killOften(cache);
         }
         ofStore.add(store);
+        ofDuel.add(duel);
         ofLog.add(log);
         ofCache.add(cache);
-        for (const Sum* sum : {&ofStore, &ofLog, &ofCache}) {
+        for (const Sum* sum : {&ofStore, &ofDuel, &ofLog, &ofCache}) {
             sum->print();
         }
         std::fflush(stdout);
     }
-    return ofStore.losses + ofLog.losses + ofCache.losses == 0 ? 0 : 1;
+    return ofStore.losses + ofDuel.losses + ofLog.losses + ofCache.losses == 0 ? 0 : 1;
 }

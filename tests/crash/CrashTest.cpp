@@ -5,11 +5,13 @@
 #include "crash/CacheCrash.h"
 #include "crash/LogCrash.h"
 #include "crash/StoreCrash.h"
+#include "crash/StoreDuel.h"
 #include "support/TempDir.h"
 
 using vlox_test::CacheCrash;
 using vlox_test::LogCrash;
 using vlox_test::StoreCrash;
+using vlox_test::StoreDuel;
 using vlox_test::TempDir;
 
 namespace {
@@ -31,6 +33,8 @@ void killOften(long kills, long operations) {
 }  // namespace
 
 TEST(Crash, LosesNothingThatWasStored) { killOften<StoreCrash>(40, 400); }
+
+TEST(Crash, GivesAStoreToOneOfTwoThatOpenItAtOnce) { killOften<StoreDuel>(30, 14); }
 
 TEST(Crash, LosesNoLineThatReachedTheLog) { killOften<LogCrash>(20, 100); }
 

@@ -1,6 +1,7 @@
 #include "crash/Work.h"
 
 #include <chrono>
+#include <iostream>
 #include <map>
 #include <memory>
 #include <random>
@@ -33,7 +34,7 @@ public:
             switch (m_random() % 9) {
                 case 0:
                 case 1:
-                    add();
+                    addOne();
                     break;
                 case 2:
                 case 3:
@@ -56,17 +57,17 @@ public:
             }
         }
     }
-
-private:
-    std::string newId() { return m_generation + "-" + std::to_string(++m_count); }
-    TaskPriority priority() { return static_cast<TaskPriority>(1 + m_random() % 9); }
-
-    void add() {
+    void addOne() {
         const std::string id = newId();
         acknowledge("add " + id, [&] {
             return m_store.addTask(id, kMessage, QoS::qosRetryForever(), priority(), "payload of " + id);
         });
     }
+
+private:
+    std::string newId() { return m_generation + "-" + std::to_string(++m_count); }
+    TaskPriority priority() { return static_cast<TaskPriority>(1 + m_random() % 9); }
+
     void addFile() {
         const std::string id = newId();
         acknowledge("addFile " + id, [&] {
@@ -151,10 +152,17 @@ private:
 }  // namespace
 
 void workStore(const std::string& directory, const std::string& generation) {
+    const bool duel = generation.rfind("duel", 0) == 0;
+    if (std::string order; duel) {
+        std::cin >> order;
+    }
     Sqlite3Functions& store = *Sqlite3Functions::getSqliteInstance(directory.c_str(), "crash");
     store.resetTaskStatus();
     tell("ok open");
-    if (generation == "idle") {
+    if (duel) {
+        Worker(store, generation).addOne();
+    }
+    if (duel || generation == "idle") {
         std::this_thread::sleep_for(std::chrono::hours(1));
         return;
     }

@@ -10,7 +10,8 @@
 
 namespace vlox_test {
 
-// A queue's store. The generation "idle" only opens it, and so migrates it; ids carry the generation's name.
+// A queue's store. The generation "idle" only opens it, and so migrates it; one that begins with "duel" waits
+// for a word on the standard input, opens it and adds a task. Ids carry the generation's name.
 void workStore(const std::string& directory, const std::string& generation);
 void workLog(const std::string& directory, const std::string& generation);
 void workCache(const std::string& directory);

@@ -34,6 +34,11 @@ bool strikes(bool ofThisKind) {
 }
 
 int writeFile(sqlite3_file* file, const void* bytes, int size, sqlite3_int64 offset) {
+    if (state.armed && state.fault == FaultyVfs::FILE_LIMIT) {
+        const bool fits = offset + size <= state.successes * FaultyVfs::kPage;
+        state.failed = state.failed || !fits;
+        return fits ? methods(file)->xWrite(real(file), bytes, size, offset) : SQLITE_FULL;
+    }
     if (strikes(state.fault != FaultyVfs::SYNC_ERROR)) {
         return state.fault == FaultyVfs::DISK_FULL ? SQLITE_FULL : SQLITE_IOERR_WRITE;
     }

@@ -13,15 +13,17 @@ public:
     enum Fault {
         DISK_FULL,    ///< writes fail with SQLITE_FULL
         WRITE_ERROR,  ///< writes fail with SQLITE_IOERR_WRITE
-        SYNC_ERROR    ///< syncs fail with SQLITE_IOERR_FSYNC
+        SYNC_ERROR,   ///< syncs fail with SQLITE_IOERR_FSYNC
+        FILE_LIMIT    ///< writes beyond so many pages of a file fail with SQLITE_FULL, others go on
     };
+    static constexpr long long kPage = 4096;
 
     FaultyVfs();
     ~FaultyVfs();
     FaultyVfs(const FaultyVfs&) = delete;
     FaultyVfs& operator=(const FaultyVfs&) = delete;
 
-    /// From now on the calls of that kind fail, after so many more that succeed.
+    /// From now on the calls of that kind fail, after so many more that succeed; or behind so many pages.
     void fail(Fault fault, int after);
     /// The fault is gone. @return whether a call has failed
     bool heal();

@@ -23,22 +23,25 @@ struct sqlite3_stmt;
 
 namespace vloxlib {
 
+class Statement;
+class StoreConnection;
+
 /// @brief The store of one client: one SQLite file with the task queue, the results, the bookkeeping of
 /// messages and a small table of keys and values.
 ///
 /// Life: from the first getSqliteInstance() for a file to releaseSqliteInstance(), which counts no
 /// references: release a store only after everything that holds its pointer. The file stays locked in
-/// between: no second connection, of this process or another, can use it. Durability: what an operation
-/// outside a transaction has reported as stored is on the disk; each composite operation is one transaction,
-/// which happened whole or not at all. Nothing repairs itself at a start: the queue's user calls
-/// sweepTaskWithQosRetryProcess() and resetTaskStatus(). The outcomes of BEGIN, COMMIT and ROLLBACK are
-/// logged and not returned.
-/// Threads: any; operations of one store run one after the other, each under the store's recursive lock.
-/// Errors: int results are SQLite's own codes: 0 for success; 101 (SQLITE_DONE) for a read that found nothing
-/// and where told for an empty list; 19 (SQLITE_CONSTRAINT) for a duplicate; others as they come. Each
-/// failure is logged once, at level 3. Nothing is tried again. A parameter named inTransaction says that the
-/// caller already is in a transaction: the operation then neither begins, commits nor rolls back. Lists that
-/// are filled are emptied first. Times are Unix seconds.
+/// between: no second connection, of this process or another, can use it; looking into it from outside, with
+/// vlox-inspect, costs nothing. Durability: what an operation outside a transaction has reported as stored is
+/// on the disk; each composite operation is one transaction, which happened whole or not at all. Nothing
+/// repairs itself at a start: the queue's user calls sweepTaskWithQosRetryProcess() and resetTaskStatus().
+/// The outcomes of BEGIN, COMMIT and ROLLBACK are logged and not returned: getLastCommitCode() tells whether
+/// what was reported as stored is. Threads: any; operations of one store run one after the other, each under
+/// the store's recursive lock. Errors: int results are SQLite's own codes: 0 for success; 101 (SQLITE_DONE)
+/// for a read that found nothing and where told for an empty list; 19 (SQLITE_CONSTRAINT) for a duplicate;
+/// others as they come. Each failure is logged once, at level 3. Nothing is tried again. A parameter named
+/// inTransaction says that the caller already is in a transaction: the operation then neither begins, commits
+/// nor rolls back. Lists that are filled are emptied first. Times are Unix seconds.
 /// @note A file that can't be opened or whose tables can't be created ends the process with exit(1), after a
 /// line of level 4; so does a file that is already in use.
 class VLOX_API Sqlite3Functions : public Noncopyable {
@@ -59,12 +62,21 @@ public:
     ~Sqlite3Functions() override;
 
     /// @name Transactions
-    /// Plain BEGIN, COMMIT and ROLLBACK. They take no lock: the caller keeps others out for the whole
-    /// transaction.
+    /// Plain BEGIN, COMMIT and ROLLBACK. The caller keeps other threads out for the whole transaction. Where
+    /// SQLite ends it by itself, as on a full disk, all further changes are refused with that failure's code
+    /// until the caller ends it too.
     /// @{
     int sqlite3_begin_transaction();
     int sqlite3_commit_transaction();
     int sqlite3_rollback_transaction();
+    /// @brief What became of the last thing that the calling thread committed on this store: a composite
+    /// operation, a single change, or a sqlite3_commit_transaction().
+    ///
+    /// To be asked right after an operation that reported success, and by those that report nothing. A
+    /// composite operation whose COMMIT fails is also logged at level 5.
+    /// @return 0 when it is on the disk, or when there was nothing yet; otherwise SQLite's code, and nothing
+    /// of it is stored
+    int getLastCommitCode() const;
     /// @}
 
     /// @name Statements
@@ -269,22 +281,22 @@ public:
                            std::map<std::string, int64>& msgIds, int64 seqId0, int64 seqId1);
 
 private:
-    class Statement;
-    class StatementCache;
-    class Transaction;
-
     explicit Sqlite3Functions(const char* path);
 
     void openFile(const char* path);
+    void lockFile();
+    bool createTables();
+    void migrate();
     bool checkColumnExists(const char* table, const char* column);
     void alterReceiveMsgIdTable();
     bool isNeedUpdateFileTable();
     int updateFileTable();
     int updateFileResultTable();
     int updateFileTaskTable();
+    int updateFileTaskData(const std::vector<BaseTask>& tasks, bool inTransaction);
+    int updateFileResultData(const std::vector<BaseResult>& results, bool inTransaction);
 
     void logFailure(const char* method, const char* id) const;
-    int execLogged(const char* sql, const char* failureText) const;
     void setTaskFromStmt(BaseTask& task, sqlite3_stmt* statement);
     void setResultFromStmt(BaseResult& result, sqlite3_stmt* statement);
     int readTasks(Statement& statement, std::vector<BaseTask>& tasks);
@@ -294,9 +306,8 @@ private:
     int moveSelected(const char* method, const char* insertSql, const char* deleteSql, int returnCode,
                      int& count);
 
-    sqlite3* m_db = nullptr;
+    std::unique_ptr<StoreConnection> m_connection;  // guarded by m_lock
     Sqlite3Mutex m_lock;
-    std::unique_ptr<StatementCache> m_statements;  // guarded by m_lock
 };
 
 }  // namespace vloxlib

@@ -2,72 +2,70 @@
 
 namespace vloxlib {
 
-int Sqlite3Functions::StatementCache::prepare(const char* sql, sqlite3_stmt*& statement) {
-    const auto known = m_prepared.find(sql);
-    if (known != m_prepared.end()) {
-        statement = known->second.get();
-        return SQLITE_OK;
-    }
-    const int rc = sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
-    if (rc == SQLITE_OK) {
-        m_prepared.emplace(sql, SqliteStatement(statement));
-    }
-    return rc;
-}
-
-Sqlite3Functions::Statement::Statement(Sqlite3Functions& store, const char* method, const char* sql,
-                                       const char* id)
-    : m_store(store),
+Statement::Statement(StoreConnection& connection, const char* method, const char* sql, const char* id)
+    : m_connection(connection),
       m_method(method),
       m_id(id),
-      m_prepared(store.m_statements->prepare(sql, m_statement)),
+      m_prepared(connection.prepare(sql, m_statement)),
       m_use(m_statement) {
-    if (m_prepared != SQLITE_OK) {
-        logFailure();
+    if (m_prepared != SQLITE_OK && m_method != nullptr) {
+        m_connection.logFailure(m_method, m_id);
     }
 }
 
-int Sqlite3Functions::Statement::run() {
-    const int rc = fetch();
+int Statement::run() {
+    if (const int rc = m_connection.lost(); rc != SQLITE_OK) {
+        return rc;
+    }
+    const int rc = step(true);
     m_use.reset();
     return rc == SQLITE_DONE ? SQLITE_OK : rc;
 }
 
-int Sqlite3Functions::Statement::fetch() {
+int Statement::fetch() { return step(false); }
+
+int Statement::step(bool changes) {
     if (m_prepared != SQLITE_OK) {
         return m_prepared;
     }
     const int rc = m_use.step();
-    if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
-        logFailure();
+    const bool succeeded = rc == SQLITE_ROW || rc == SQLITE_DONE;
+    if (!succeeded && m_method != nullptr) {
+        m_connection.logFailure(m_method, m_id);
     }
+    m_connection.noteOutcome(succeeded ? SQLITE_OK : rc, changes);
     return rc;
 }
 
-void Sqlite3Functions::Statement::logFailure() const {
-    if (m_method != nullptr) {
-        m_store.logFailure(m_method, m_id);
-    }
-}
+Transaction::Transaction(StoreConnection& connection, bool own)
+    : m_connection(connection), m_began(own && connection.begin() == SQLITE_OK), m_open(own) {}
 
-Sqlite3Functions::Transaction::Transaction(Sqlite3Functions& store, bool own) : m_store(store), m_open(own) {
-    if (own) {
-        m_store.sqlite3_begin_transaction();
-    }
-}
-
-Sqlite3Functions::Transaction::~Transaction() {
+Transaction::~Transaction() {
     if (m_open) {
-        m_store.sqlite3_rollback_transaction();
+        m_connection.rollback();
     }
 }
 
-int Sqlite3Functions::Transaction::commit() {
-    if (m_open) {
-        m_open = false;
-        m_store.sqlite3_commit_transaction();
+int Transaction::commit() {
+    if (!m_open) {
+        return SQLITE_OK;
     }
+    const int rc = m_connection.commit();
+    // One that failed for the moment only would be committed by whoever comes next.
+    m_open = rc != SQLITE_OK && sqlite3_get_autocommit(m_connection.handle()) == 0;
+    return rc;
+}
+
+int Transaction::commitAndReportSuccess() {
+    static_cast<void>(commit());
     return SQLITE_OK;
+}
+
+void Transaction::leaveOpen() {
+    if (m_began) {
+        m_connection.abandon();
+    }
+    m_open = false;
 }
 
 void readText(sqlite3_stmt* statement, int column, std::string& text) {

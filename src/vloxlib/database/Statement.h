@@ -2,35 +2,21 @@
 #define VLOXLIB_DATABASE_STATEMENT_H
 
 #include <string>
-#include <unordered_map>
 #include <utility>
 
-#include "vloxlib/database/Sqlite3Functions.h"
+#include "vloxlib/Noncopyable.h"
+#include "vloxlib/database/StoreConnection.h"
 #include "vloxlib/utility/SqliteHandles.h"
 
 namespace vloxlib {
-
-// The prepared statements of one connection, each prepared at its first use and kept until the store closes.
-// Thread safety: none; the store's lock is held. Ownership: owns the statements, borrows the connection.
-class Sqlite3Functions::StatementCache {
-public:
-    explicit StatementCache(sqlite3* db) : m_db(db) {}
-
-    // Keyed by the address of the text, which has to be a literal; null is SQLite's to refuse.
-    int prepare(const char* sql, sqlite3_stmt*& statement);
-
-private:
-    sqlite3* m_db;
-    std::unordered_map<const char*, SqliteStatement> m_prepared;
-};
 
 // One use of a cached statement: prepare, bind, step; it goes back reset and without bindings.
 // Thread safety: none; the store's lock is held from construction to destruction. Not for two uses of one
 // text at a time. Errors: SQLite's codes are returned and logged here, with the method's name and the row's
 // id, unless the method is null. After a failed prepare or bind each step returns that code.
-class Sqlite3Functions::Statement : public Noncopyable {
+class Statement : public Noncopyable {
 public:
-    Statement(Sqlite3Functions& store, const char* method, const char* sql, const char* id = "");
+    Statement(StoreConnection& connection, const char* method, const char* sql, const char* id = "");
 
     int prepared() const { return m_prepared; }
 
@@ -40,8 +26,27 @@ public:
         m_use.bind(std::forward<Values>(values)...);
     }
 
-    // A statement without rows: 0 when it is done. It can be bound and run again, after a failure too.
+    // A change: 0 when it is done. It can be bound and run again, after a failure too. In a transaction that
+    // SQLite has rolled back it isn't run; the code is then that of the rollback.
     int run();
+    // Binds and runs once for each row, in their order. The first failure ends it and is returned.
+    template <class Rows, class BindRow>
+    int runForEach(const Rows& rows, BindRow bindRow) {
+        return runForEach(rows, bindRow, [](const auto&) { return false; });
+    }
+    // The same, but passes over the rows for whose failure `bears` gives true.
+    template <class Rows, class BindRow, class Bears>
+    int runForEach(const Rows& rows, BindRow bindRow, Bears bears) {
+        for (const auto& row : rows) {
+            bindRow(row);
+            const int rc = run();
+            if (rc != SQLITE_OK && (!bears(row) || m_connection.lost() != SQLITE_OK)) {
+                return rc;
+            }
+        }
+        return SQLITE_OK;
+    }
+
     // The next row of a select: 100, or 101 when there is none (more), or the code of the failure.
     int fetch();
     // Reads all rows of a select. 0, or 101 when there was none, or the code of the failure.
@@ -68,9 +73,9 @@ public:
     }
 
 private:
-    void logFailure() const;
+    int step(bool changes);
 
-    Sqlite3Functions& m_store;
+    StoreConnection& m_connection;
     const char* m_method;
     const char* m_id;
     sqlite3_stmt* m_statement = nullptr;  // the cache's; null after a failed prepare
@@ -80,18 +85,22 @@ private:
 
 // BEGIN now; ROLLBACK at the end of the scope unless committed. A failing BEGIN is logged and the work goes
 // on.
-class Sqlite3Functions::Transaction : public Noncopyable {
+class Transaction : public Noncopyable {
 public:
     // own false: the caller is in a transaction, and nothing is done here.
-    explicit Transaction(Sqlite3Functions& store, bool own = true);
+    explicit Transaction(StoreConnection& connection, bool own = true);
     ~Transaction() override;
 
-    // Always 0: the outcome of COMMIT is logged and, by the store's contract, not told to callers.
-    int commit();
-    void leaveOpen() { m_open = false; }
+    // SQLite's code of the COMMIT. Other than 0, nothing of the transaction is stored.
+    [[nodiscard]] int commit();
+    // For operations whose contract doesn't tell callers what came of their COMMIT: always 0. The log tells,
+    // and Sqlite3Functions::getLastCommitCode().
+    int commitAndReportSuccess();
+    void leaveOpen();
 
 private:
-    Sqlite3Functions& m_store;
+    StoreConnection& m_connection;
+    bool m_began;  // not so inside a transaction of the caller's
     bool m_open;
 };
 

@@ -12,7 +12,7 @@ bool Sqlite3Functions::checkColumnExists(const char* table, const char* column) 
     const std::string tableName = table;
     const std::string word = column;
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "checkColumnExists",
+    Statement statement(*m_connection, "checkColumnExists",
                         "select * from sqlite_master where tbl_name=? and sql like '%' || ? || '%';", table);
     statement.bind(tableName, word);
     return statement.fetchOne([](sqlite3_stmt*) {}) == SQLITE_OK;
@@ -23,9 +23,10 @@ void Sqlite3Functions::alterReceiveMsgIdTable() {
         return;
     }
     Sqlite3Guard lock(m_lock);
-    const char* const sql = "alter table table_seqid_messageid add column timestamp INTEGER default(0)";
-    if (sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr) != SQLITE_OK) {
-        VLOX_LOG(3, "alter table_seqid_messageid failed for %s", sqlite3_errmsg(m_db));
+    std::string failure;
+    if (m_connection->exec("alter table table_seqid_messageid add column timestamp INTEGER default(0)",
+                           failure) != SQLITE_OK) {
+        VLOX_LOG(3, "alter table_seqid_messageid failed for %s", failure.c_str());
     }
 }
 
@@ -52,7 +53,7 @@ int Sqlite3Functions::updateFileTaskTable() {
             return -1;
         }
     }
-    return updateFileTaskData(tasks);
+    return updateFileTaskData(tasks, true);
 }
 
 int Sqlite3Functions::updateFileResultTable() {
@@ -67,7 +68,7 @@ int Sqlite3Functions::updateFileResultTable() {
             return -1;
         }
     }
-    return updateFileResultData(results);
+    return updateFileResultData(results, true);
 }
 
 }  // namespace vloxlib

@@ -40,7 +40,7 @@ std::string presenceSql(int table, std::size_t ids) {
 
 int64 Sqlite3Functions::getSeqID(int priority) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, nullptr, "select * from table_seqid where priority=?");
+    Statement statement(*m_connection, nullptr, "select * from table_seqid where priority=?");
     statement.bind(priority);
     int64 seqId = -1;
     // Only the low 32 bits come back, with their sign.
@@ -48,14 +48,14 @@ int64 Sqlite3Functions::getSeqID(int priority) {
         seqId = static_cast<std::int32_t>(static_cast<std::uint32_t>(sqlite3_column_int64(row, 1)));
     });
     if (rc != SQLITE_OK && rc != SQLITE_DONE) {
-        VLOX_LOG(4, "get seqID failed for %s", sqlite3_errmsg(m_db));
+        VLOX_LOG(4, "get seqID failed for %s", m_connection->errorText());
     }
     return seqId;
 }
 
 bool Sqlite3Functions::retain(int64 seqId, int priority) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "retain", "REPLACE INTO table_seqid (seqid, priority) VALUES(?, ?);");
+    Statement statement(*m_connection, "retain", "REPLACE INTO table_seqid (seqid, priority) VALUES(?, ?);");
     statement.bind(seqId, priority);
     return statement.run() == SQLITE_OK;
 }
@@ -63,21 +63,21 @@ bool Sqlite3Functions::retain(int64 seqId, int priority) {
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the signature that modules link against
 bool Sqlite3Functions::retainSeqId(std::map<int, int64> seqIds) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, nullptr, "update table_seqid set seqid=? where priority=?");
+    Statement statement(*m_connection, nullptr, "update table_seqid set seqid=? where priority=?");
     if (statement.prepared() != SQLITE_OK) {
         VLOX_LOG(3, "retain seqId to db failed. rc = %d errInfo=%s", statement.prepared(),
-                 sqlite3_errmsg(m_db));
+                 m_connection->errorText());
         return false;
     }
-    Transaction transaction(*this);
-    for (const auto& [priority, seqId] : seqIds) {
-        statement.bind(seqId, priority);
-        if (statement.run() != SQLITE_OK) {
-            logFailure("retainSeqId", "");
-            return false;
-        }
+    Transaction transaction(*m_connection);
+    const int rc = statement.runForEach(
+        seqIds, [&](const auto& classAndId) { statement.bind(classAndId.second, classAndId.first); });
+    if (rc != SQLITE_OK) {
+        m_connection->logFailure("retainSeqId", "");
+        return false;
     }
-    return transaction.commit() == SQLITE_OK;
+    transaction.commitAndReportSuccess();
+    return true;
 }
 
 // ---- ids of received messages
@@ -87,15 +87,15 @@ bool Sqlite3Functions::isMsgIDExist(const char* msgId) {
         return false;
     }
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "isMsgIDExist", "select count(*) from table_seqid_messageid where msgid=?",
-                        msgId);
+    Statement statement(*m_connection, "isMsgIDExist",
+                        "select count(*) from table_seqid_messageid where msgid=?", msgId);
     statement.bind(msgId);
     return isCounted(statement, false);
 }
 
 bool Sqlite3Functions::retainMsgID(int64 from, const char* msgId, int64 timestamp) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, nullptr,
+    Statement statement(*m_connection, nullptr,
                         "insert into table_seqid_messageid(vloxid, msgid, timestamp) values(?, ?, ?)");
     statement.bind(from, msgId, timestamp);
     if (statement.run() != SQLITE_OK) {
@@ -110,28 +110,33 @@ bool Sqlite3Functions::retainMsgID(std::map<std::string, int64>& msgIdToTimestam
         return true;
     }
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this, !inTransaction);
-    Statement statement(*this, nullptr,
+    Transaction transaction(*m_connection, !inTransaction);
+    Statement statement(*m_connection, nullptr,
                         "insert into table_seqid_messageid(vloxid, msgid, timestamp) values(?, ?,?)");
     if (statement.prepared() != SQLITE_OK) {
+        // Odd, but the contract: this failure reads as success, and nobody ends the transaction.
         VLOX_LOG(4, "retainMsgID error.");
         transaction.leaveOpen();
         return true;
     }
-    bool retained = true;
-    for (const auto& [msgId, timestamp] : msgIdToTimestamp) {
-        statement.bind(0, msgId, timestamp);
-        if (const int rc = statement.run(); rc != SQLITE_OK) {
-            VLOX_LOG(3, "Batch retainMsgID failed. result=%d,msgId=%s", rc, msgId.c_str());
-            retained = false;
-            break;
+    std::string failed;
+    const int rc = statement.runForEach(
+        msgIdToTimestamp,
+        [&](const auto& idAndTime) { statement.bind(0, idAndTime.first, idAndTime.second); },
+        [&](const auto& idAndTime) {
+            failed = idAndTime.first;
+            return false;
+        });
+    if (rc != SQLITE_OK) {
+        VLOX_LOG(3, "Batch retainMsgID failed. result=%d,msgId=%s", rc, failed.c_str());
+        if (!inTransaction) {
+            m_connection->rollback();
         }
     }
-    if (!retained && !inTransaction) {
-        sqlite3_rollback_transaction();
-    }
-    transaction.commit();  // after a rollback too: it fails then, which the log tells
-    return retained;
+    // Behind a rollback too, as the contract has it: all that comes of it then is the line in the log which
+    // says that there is nothing to commit.
+    transaction.commitAndReportSuccess();
+    return rc == SQLITE_OK;
 }
 
 // ---- ids of sent messages
@@ -141,7 +146,7 @@ bool Sqlite3Functions::isMsgIDExistInSending(const char* msgId) {
         return false;
     }
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "isMsgIDExistInSending",
+    Statement statement(*m_connection, "isMsgIDExistInSending",
                         "select count(*) from table_send_failed_msgs where  msgid=?", msgId);
     statement.bind(msgId);
     return isCounted(statement, false);
@@ -152,29 +157,29 @@ void Sqlite3Functions::retainSendMsgID(const char* msgId) {
     if (isMsgIDExistInSending(msgId)) {
         return;
     }
-    Statement statement(*this, nullptr, "insert into table_send_failed_msgs(msgid) values(?)");
+    Statement statement(*m_connection, nullptr, "insert into table_send_failed_msgs(msgid) values(?)");
     statement.bind(msgId);
     if (statement.run() != SQLITE_OK) {
-        VLOX_LOG(3, "retain msgID to db failed. msgID=%s,errInfo=%s", text(msgId), sqlite3_errmsg(m_db));
+        VLOX_LOG(3, "retain msgID to db failed. msgID=%s,errInfo=%s", text(msgId), m_connection->errorText());
     }
 }
 
 void Sqlite3Functions::retainSendMsgIDs(std::vector<std::string>& msgIds) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, nullptr, "insert into table_send_failed_msgs(msgid) values(?)");
+    Statement statement(*m_connection, nullptr, "insert into table_send_failed_msgs(msgid) values(?)");
     if (statement.prepared() != SQLITE_OK) {
         VLOX_LOG(3, "retain msgID to db failed. rc = %d errInfo=%s", statement.prepared(),
-                 sqlite3_errmsg(m_db));
+                 m_connection->errorText());
     }
-    Transaction transaction(*this);
-    for (const std::string& msgId : msgIds) {
-        statement.bind(msgId);
-        if (statement.run() != SQLITE_OK) {
+    Transaction transaction(*m_connection);
+    statement.runForEach(
+        msgIds, [&](const std::string& msgId) { statement.bind(msgId); },
+        [&](const std::string& msgId) {
             VLOX_LOG(3, "retain msgID to db failed. msgID=%s,errInfo=%s", msgId.c_str(),
-                     sqlite3_errmsg(m_db));
-        }
-    }
-    transaction.commit();
+                     m_connection->errorText());
+            return true;
+        });
+    transaction.commitAndReportSuccess();
 }
 
 // ---- presence of many
@@ -183,10 +188,10 @@ int Sqlite3Functions::batchCheckExist(const std::unordered_map<std::string, int>
                                       const std::unordered_map<std::string, int>& sentIds,
                                       std::vector<int>& found) {
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this);
+    Transaction transaction(*m_connection);
     batchCheckExistInSendorRecvTable(0, receivedIds, found);
     const int rc = batchCheckExistInSendorRecvTable(1, sentIds, found);
-    transaction.commit();
+    transaction.commitAndReportSuccess();
     return rc;
 }
 
@@ -199,7 +204,7 @@ int Sqlite3Functions::batchCheckExistInSendorRecvTable(int table,
     Sqlite3Guard lock(m_lock);
     const std::string sql = presenceSql(table, ids.size());
     sqlite3_stmt* prepared = nullptr;
-    if (sqlite3_prepare_v2(m_db, sql.c_str(), -1, &prepared, nullptr) != SQLITE_OK) {
+    if (sqlite3_prepare_v2(m_connection->handle(), sql.c_str(), -1, &prepared, nullptr) != SQLITE_OK) {
         return -1;
     }
     const SqliteStatement owned(prepared);  // not cached: its text differs with the number of ids
@@ -227,39 +232,39 @@ int Sqlite3Functions::batchCheckExistInSendorRecvTable(int table,
 
 bool Sqlite3Functions::retainCMDInfo(CMDInfoItem& item) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, nullptr, "insert " INSERT_COMMAND);
+    Statement statement(*m_connection, nullptr, "insert " INSERT_COMMAND);
     statement.bind(item.m_cmdMessageId, item.m_messageId, item.m_status, item.m_from, item.m_tos,
                    item.m_groupId);
     const int rc = statement.run();
     if (rc != SQLITE_OK) {
-        VLOX_LOG(3, "retain CMDInfoItem to db failed. result=%d,errInfo=%s", rc, sqlite3_errmsg(m_db));
+        VLOX_LOG(3, "retain CMDInfoItem to db failed. result=%d,errInfo=%s", rc, m_connection->errorText());
     }
     return rc == SQLITE_OK;
 }
 
 int Sqlite3Functions::retainCMDInfo(CMDInfoItemSet& items, bool inTransaction) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "retainCMDInfo", "insert or ignore " INSERT_COMMAND);
+    Statement statement(*m_connection, "retainCMDInfo", "insert or ignore " INSERT_COMMAND);
     if (statement.prepared() != SQLITE_OK) {
         return statement.prepared();
     }
-    Transaction transaction(*this, !inTransaction);
+    std::vector<const CMDInfoItem*> present;
     for (const std::shared_ptr<CMDInfoItem>& item : items) {
-        if (item == nullptr) {
-            continue;
-        }
-        statement.bind(item->m_cmdMessageId, item->m_messageId, item->m_status, item->m_from, item->m_tos,
-                       item->m_groupId);
-        if (const int rc = statement.run(); rc != SQLITE_OK) {
-            return rc;
+        if (item != nullptr) {
+            present.push_back(item.get());
         }
     }
-    return transaction.commit();
+    Transaction transaction(*m_connection, !inTransaction);
+    const int rc = statement.runForEach(present, [&](const CMDInfoItem* item) {
+        statement.bind(item->m_cmdMessageId, item->m_messageId, item->m_status, item->m_from, item->m_tos,
+                       item->m_groupId);
+    });
+    return rc != SQLITE_OK ? rc : transaction.commitAndReportSuccess();
 }
 
 bool Sqlite3Functions::deleteCMDInfo(CMDInfoItem& item) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "deleteCMDInfo", "DELETE FROM table_msg_cmd WHERE cmdMessageId=?;",
+    Statement statement(*m_connection, "deleteCMDInfo", "DELETE FROM table_msg_cmd WHERE cmdMessageId=?;",
                         item.m_cmdMessageId.c_str());
     statement.bind(item.m_cmdMessageId);
     statement.run();
@@ -269,7 +274,7 @@ bool Sqlite3Functions::deleteCMDInfo(CMDInfoItem& item) {
 std::vector<std::shared_ptr<CMDInfoItem>> Sqlite3Functions::getAllStatusMsg() {
     std::vector<std::shared_ptr<CMDInfoItem>> items;
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, nullptr, "SELECT * FROM table_msg_cmd");
+    Statement statement(*m_connection, nullptr, "SELECT * FROM table_msg_cmd");
     const int rc = statement.fetchAll([&](sqlite3_stmt* row) {
         auto item = std::make_shared<CMDInfoItem>();
         readText(row, 0, item->m_cmdMessageId);
@@ -281,7 +286,7 @@ std::vector<std::shared_ptr<CMDInfoItem>> Sqlite3Functions::getAllStatusMsg() {
         items.push_back(std::move(item));
     });
     if (rc != SQLITE_OK && rc != SQLITE_DONE) {
-        VLOX_LOG(3, "get CMDInfoItem failed. errInfo=%s", sqlite3_errmsg(m_db));
+        VLOX_LOG(3, "get CMDInfoItem failed. errInfo=%s", m_connection->errorText());
     }
     return items;
 }
@@ -290,31 +295,28 @@ std::vector<std::shared_ptr<CMDInfoItem>> Sqlite3Functions::getAllStatusMsg() {
 
 int Sqlite3Functions::addGroupVersionInfos(const std::vector<GroupMsgInfo>& infos, bool inTransaction) {
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this, !inTransaction);
+    Transaction transaction(*m_connection, !inTransaction);
     Statement statement(
-        *this, "addGroupVersionInfos",
+        *m_connection, "addGroupVersionInfos",
         "INSERT OR IGNORE INTO table_groupVersionInfo (messageId,groupVersion,groupMemberCount) "
         "VALUES (?,?,?);");
     if (statement.prepared() != SQLITE_OK) {
         transaction.leaveOpen();
         return statement.prepared();
     }
-    for (const GroupMsgInfo& info : infos) {
+    const int rc = statement.runForEach(infos, [&](const GroupMsgInfo& info) {
         statement.bind(info.m_messageId, info.m_groupVersion, info.m_groupMemberCount);
-        if (const int rc = statement.run(); rc != SQLITE_OK) {
-            if (inTransaction) {
-                sqlite3_rollback_transaction();  // the caller's transaction ends here as well
-            }
-            return rc;
-        }
+    });
+    if (rc != SQLITE_OK && inTransaction) {
+        m_connection->rollback();  // the caller's transaction ends here as well
     }
-    return transaction.commit();
+    return rc != SQLITE_OK ? rc : transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::getGroupVersionInfo(const std::string& messageId, std::string& version,
                                           int& memberCount) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "getGroupVersionInfo",
+    Statement statement(*m_connection, "getGroupVersionInfo",
                         "SELECT messageId,groupVersion,groupMemberCount FROM table_groupVersionInfo "
                         "WHERE messageId=?;",
                         messageId.c_str());
@@ -330,19 +332,16 @@ int Sqlite3Functions::getGroupVersionInfo(const std::string& messageId, std::str
 int Sqlite3Functions::addResultToLocalMessageTable(const std::vector<BaseResult>& results,
                                                    bool inTransaction) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "addResultToLocalMessageTable",
+    Statement statement(*m_connection, "addResultToLocalMessageTable",
                         "INSERT INTO table_local_msg (messageId,type,content) VALUES (?,?,?);");
     if (statement.prepared() != SQLITE_OK) {
         return statement.prepared();
     }
-    Transaction transaction(*this, !inTransaction);
-    for (const BaseResult& result : results) {
+    Transaction transaction(*m_connection, !inTransaction);
+    const int rc = statement.runForEach(results, [&](const BaseResult& result) {
         statement.bind(result.getResultId(), result.getType(), result.getData());
-        if (const int rc = statement.run(); rc != SQLITE_OK) {
-            return rc;
-        }
-    }
-    return transaction.commit();
+    });
+    return rc != SQLITE_OK ? rc : transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::addResultToLocalMessageTable(const BaseResult& result) {
@@ -353,7 +352,7 @@ int Sqlite3Functions::getLocalMessages(long limit, long afterId,
                                        std::vector<std::shared_ptr<LocalMessage>>& messages) {
     Sqlite3Guard lock(m_lock);
     messages.clear();
-    Statement statement(*this, "getLocalMessages",
+    Statement statement(*m_connection, "getLocalMessages",
                         "SELECT id,messageId,type,content,status,extraInfo FROM table_local_msg  WHERE id>? "
                         "ORDER BY id ASC LIMIT ?;");
     statement.bind(afterId, limit < 1 ? 1 : limit);
@@ -371,18 +370,13 @@ int Sqlite3Functions::getLocalMessages(long limit, long afterId,
 
 int Sqlite3Functions::deleteLocalMessages(const std::vector<long>& ids) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "deleteLocalMessages", "DELETE FROM table_local_msg WHERE id=?;");
+    Statement statement(*m_connection, "deleteLocalMessages", "DELETE FROM table_local_msg WHERE id=?;");
     if (statement.prepared() != SQLITE_OK) {
         return statement.prepared();
     }
-    Transaction transaction(*this);
-    for (const long id : ids) {
-        statement.bind(id);
-        if (const int rc = statement.run(); rc != SQLITE_OK) {
-            return rc;
-        }
-    }
-    return transaction.commit();
+    Transaction transaction(*m_connection);
+    const int rc = statement.runForEach(ids, [&](const long id) { statement.bind(id); });
+    return rc != SQLITE_OK ? rc : transaction.commitAndReportSuccess();
 }
 
 // ---- the whole batch
@@ -402,7 +396,7 @@ int Sqlite3Functions::submitBatchMessage(int target, const std::vector<BaseResul
                                          CMDInfoItemSet& commands, std::map<std::string, int64>& msgIds,
                                          int64 seqId0, int64 seqId1) {
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this);
+    Transaction transaction(*m_connection);
     if (addBatchResults(target, results) != SQLITE_OK) {
         VLOX_LOG(4, "error when sqlite operation addResult!");
         return 1;
@@ -423,7 +417,7 @@ int Sqlite3Functions::submitBatchMessage(int target, const std::vector<BaseResul
         VLOX_LOG(4, "error when sqlite operation setLastSeqID[1]!");
         return 1;
     }
-    return transaction.commit();
+    return transaction.commitAndReportSuccess();
 }
 
 }  // namespace vloxlib

@@ -27,27 +27,24 @@ int Sqlite3Functions::addResult(const BaseResult& result, bool inTransaction) {
 
 int Sqlite3Functions::addResult(const std::vector<BaseResult>& results, bool inTransaction) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "addResult",
+    Statement statement(*m_connection, "addResult",
                         "INSERT INTO table_result (result_id,type,result_data,return_code,status) "
                         "VALUES (?,?,?,?,?);");
     if (statement.prepared() != SQLITE_OK) {
         return statement.prepared();
     }
-    Transaction transaction(*this, !inTransaction);
-    for (const BaseResult& result : results) {
+    Transaction transaction(*m_connection, !inTransaction);
+    const int rc = statement.runForEach(results, [&](const BaseResult& result) {
         statement.bind(result.getResultId(), result.getType(), result.getData(), result.getReturnCode(),
                        result.getStatus());
-        if (const int rc = statement.run(); rc != SQLITE_OK) {
-            return rc;
-        }
-    }
-    return transaction.commit();
+    });
+    return rc != SQLITE_OK ? rc : transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::getResult(int type, std::vector<BaseResult>& results) {
     Sqlite3Guard lock(m_lock);
     results.clear();
-    Statement statement(*this, "getResult",
+    Statement statement(*m_connection, "getResult",
                         "SELECT " RESULT_COLUMNS " FROM table_result WHERE type=? ORDER BY id ASC;");
     statement.bind(type);
     return statement.fetchAll([&](sqlite3_stmt* row) { setResultFromStmt(results.emplace_back(), row); });
@@ -56,7 +53,7 @@ int Sqlite3Functions::getResult(int type, std::vector<BaseResult>& results) {
 int Sqlite3Functions::getMessageResult(std::vector<std::shared_ptr<BaseResult>>& results, int limit) {
     Sqlite3Guard lock(m_lock);
     results.clear();
-    Statement statement(*this, "getMessageResult",
+    Statement statement(*m_connection, "getMessageResult",
                         "SELECT " RESULT_COLUMNS " FROM table_result WHERE type!=? ORDER BY id ASC LIMIT ?;");
     statement.bind(RESULT_TYPE_FILE, limit < 1 ? 1 : limit);
     return statement.fetchAll([&](sqlite3_stmt* row) {
@@ -73,14 +70,14 @@ int Sqlite3Functions::getMessageResultAmount(int table, int& count) {
         sql = "SELECT count(*) FROM table_local_msg;";
     }
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "getMessageResultAmount", sql);
+    Statement statement(*m_connection, "getMessageResultAmount", sql);
     return statement.fetchOne([&](sqlite3_stmt* row) { count = sqlite3_column_int(row, 0); });
 }
 
 int Sqlite3Functions::updateResultStatus(const std::string& id, ResultStatus status) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "updateResultStatus", "UPDATE table_result SET status=? WHERE result_id=?;",
-                        id.c_str());
+    Statement statement(*m_connection, "updateResultStatus",
+                        "UPDATE table_result SET status=? WHERE result_id=?;", id.c_str());
     statement.bind(status, id);
     return statement.run();
 }
@@ -91,39 +88,36 @@ int Sqlite3Functions::deleteResult(const std::string& id, ResultType type) {
 
 int Sqlite3Functions::deleteResult(const std::vector<std::pair<std::string, ResultType>>& results) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "deleteResult", "DELETE FROM table_result WHERE result_id=? AND type=?;");
+    Statement statement(*m_connection, "deleteResult",
+                        "DELETE FROM table_result WHERE result_id=? AND type=?;");
     if (statement.prepared() != SQLITE_OK) {
         return statement.prepared();
     }
-    Transaction transaction(*this);
-    for (const auto& [id, type] : results) {
-        statement.bind(id, type);
-        if (const int rc = statement.run(); rc != SQLITE_OK) {
-            return rc;
-        }
-    }
-    return transaction.commit();
+    Transaction transaction(*m_connection);
+    const int rc = statement.runForEach(
+        results, [&](const auto& idAndType) { statement.bind(idAndType.first, idAndType.second); });
+    return rc != SQLITE_OK ? rc : transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::updateFileResultData(std::vector<BaseResult>& results) {
+    return updateFileResultData(results, false);
+}
+
+int Sqlite3Functions::updateFileResultData(const std::vector<BaseResult>& results, bool inTransaction) {
     if (results.empty()) {
         return SQLITE_DONE;
     }
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this);
-    Statement statement(*this, "updateFileResultData",
+    Transaction transaction(*m_connection, !inTransaction);
+    Statement statement(*m_connection, "updateFileResultData",
                         "UPDATE table_result SET result_data=? WHERE result_id IN (?);");
     if (statement.prepared() != SQLITE_OK) {
         transaction.leaveOpen();
         return statement.prepared();
     }
-    for (const BaseResult& result : results) {
-        statement.bind(result.getData(), result.getResultId());
-        if (const int rc = statement.run(); rc != SQLITE_OK) {
-            return rc;
-        }
-    }
-    return transaction.commit();
+    const int rc = statement.runForEach(
+        results, [&](const BaseResult& result) { statement.bind(result.getData(), result.getResultId()); });
+    return rc != SQLITE_OK ? rc : transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::sweepTask(const std::string& id, int returnCode) {
@@ -137,7 +131,7 @@ int Sqlite3Functions::sweepTask(const std::string& id, int returnCode, const std
         return rc;
     }
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this);
+    Transaction transaction(*m_connection);
     if (const int rc = addSweptResult(task, returnCode, data); rc != SQLITE_OK) {
         VLOX_LOG(3, "addResult. rc=%d", rc);
         return rc;
@@ -146,7 +140,7 @@ int Sqlite3Functions::sweepTask(const std::string& id, int returnCode, const std
         VLOX_LOG(3, "deleteTask. rc=%d", rc);
         return rc;
     }
-    return transaction.commit();
+    return transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::addSweptResult(const BaseTask& task, int returnCode, const std::string& data) {
@@ -156,7 +150,7 @@ int Sqlite3Functions::addSweptResult(const BaseTask& task, int returnCode, const
 
 int Sqlite3Functions::sweepTasks(const std::vector<BaseResult>& results) {
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this);
+    Transaction transaction(*m_connection);
     if (const int rc = addResult(results, true); rc != SQLITE_OK) {
         VLOX_LOG(3, "addResult. rc=%d", rc);
         return rc;
@@ -165,7 +159,7 @@ int Sqlite3Functions::sweepTasks(const std::vector<BaseResult>& results) {
         VLOX_LOG(3, "deleteTask. rc=%d", rc);
         return rc;
     }
-    return transaction.commit();
+    return transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::sweepFileTask(const std::string& id, int returnCode, bool removeTask) {
@@ -180,7 +174,7 @@ int Sqlite3Functions::sweepFileTask(const std::string& id, int returnCode, const
         return rc;
     }
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this);
+    Transaction transaction(*m_connection);
     if (const int rc = addSweptResult(task, returnCode, data); rc != SQLITE_OK) {
         VLOX_LOG(3, "addResult fail. rc=%d", rc);
         return rc;
@@ -194,22 +188,22 @@ int Sqlite3Functions::sweepFileTask(const std::string& id, int returnCode, const
         VLOX_LOG(3, "deleteTask fail. rc=%d", rc);
         return rc;
     }
-    return transaction.commit();
+    return transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::moveSelected(const char* method, const char* insertSql, const char* deleteSql,
                                    int returnCode, int& count) {
-    Statement insert(*this, method, insertSql);
+    Statement insert(*m_connection, method, insertSql);
     insert.bind(returnCode);
     if (const int rc = insert.run(); rc != SQLITE_OK) {
         return rc;
     }
-    const int inserted = sqlite3_changes(m_db);
-    Statement remove(*this, method, deleteSql);
+    const int inserted = sqlite3_changes(m_connection->handle());
+    Statement remove(*m_connection, method, deleteSql);
     remove.bind(inserted);
     const int rc = remove.run();
     if (rc == SQLITE_OK) {
-        count = sqlite3_changes(m_db);
+        count = sqlite3_changes(m_connection->handle());
     }
     return rc;
 }
@@ -236,15 +230,15 @@ int Sqlite3Functions::moveSelected(const char* method, const char* insertSql, co
 
 int Sqlite3Functions::sweepTimeoutTasks(int returnCode, int& count) {
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this);
+    Transaction transaction(*m_connection);
     const int rc = moveSelected("sweepTimeoutTasks", INSERT_RESULTS_OF_TASKS(EXPIRED),
                                 DELETE_TASKS_WITH_RESULTS(EXPIRED), returnCode, count);
-    return rc != SQLITE_OK ? rc : transaction.commit();
+    return rc != SQLITE_OK ? rc : transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::sweepTaskWithQosRetryProcess(int returnCode) {
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this);
+    Transaction transaction(*m_connection);
     int count = 0;
     if (const int rc =
             moveSelected("sweepTaskWithQosRetryProcess", INSERT_RESULTS_OF_TASKS(ENDS_WITH_THE_PROCESS),
@@ -257,7 +251,7 @@ int Sqlite3Functions::sweepTaskWithQosRetryProcess(int returnCode) {
         VLOX_LOG(3, "deleteAllFileTaskInfo. rc=%d", rc);
         return rc;
     }
-    return transaction.commit();
+    return transaction.commitAndReportSuccess();
 }
 
 }  // namespace vloxlib

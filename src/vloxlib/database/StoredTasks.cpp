@@ -50,7 +50,7 @@ int Sqlite3Functions::addTask(const std::string& id, TaskType type, const QoS& q
     if (priority == TASK_PRIORITY_SINGLETON && hasTask(TASK_PRIORITY_SINGLETON)) {
         return SQLITE_OK;
     }
-    Statement statement(*this, "addTask",
+    Statement statement(*m_connection, "addTask",
                         "INSERT INTO table_task (" TASK_COLUMNS ") VALUES (?,?,?,?,?,?,?,?);", id.c_str());
     statement.bind(id, type, qos.getQosLevel(), qos.getQosParameter(), priority, data, TASK_STATUS_WAITING,
                    createTime);
@@ -60,19 +60,19 @@ int Sqlite3Functions::addTask(const std::string& id, TaskType type, const QoS& q
 int Sqlite3Functions::addFileTask(const std::string& id, TaskType type, const QoS& qos, TaskPriority priority,
                                   const std::string& data, const std::string& md5) {
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this);
+    Transaction transaction(*m_connection);
     if (const int rc = addFileTaskInfo(id, md5); rc != SQLITE_OK) {
         return rc;
     }
     if (const int rc = addTask(id, type, qos, priority, data); rc != SQLITE_OK) {
         return rc;
     }
-    return transaction.commit();
+    return transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::addFileTaskInfo(const std::string& id, const std::string& md5) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "addFileTaskInfo",
+    Statement statement(*m_connection, "addFileTaskInfo",
                         "INSERT INTO table_fileTaskInfo(file_task_id,md5) VALUES (?,?);", id.c_str());
     statement.bind(id, md5);
     return statement.run();
@@ -82,7 +82,7 @@ int Sqlite3Functions::getTask(std::vector<BaseTask>& tasks, int typeMask, TaskSt
     Sqlite3Guard lock(m_lock);
     tasks.clear();
     {
-        Statement statement(*this, "getTask",
+        Statement statement(*m_connection, "getTask",
                             "SELECT " TASK_COLUMNS
                             " FROM table_task WHERE type&?!=0 and status=? "
                             "ORDER BY priority ASC,id ASC LIMIT ?;");
@@ -95,7 +95,7 @@ int Sqlite3Functions::getTask(std::vector<BaseTask>& tasks, int typeMask, TaskSt
     if ((typeMask & kUnmarkedKinds) != 0) {
         return SQLITE_DONE;
     }
-    Statement statement(*this, "getTask",
+    Statement statement(*m_connection, "getTask",
                         "UPDATE table_task SET status=? WHERE task_id IN (SELECT task_id FROM table_task "
                         "WHERE type&?!=0 and status=? ORDER BY priority ASC,id ASC LIMIT ?);");
     statement.bind(TASK_STATUS_TAKEN, typeMask, status, limit);
@@ -117,7 +117,7 @@ int Sqlite3Functions::getTask(BaseTask& task, int typeMask, TaskStatus status) {
 
 int Sqlite3Functions::getTask(BaseTask& task, const std::string& id) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "getTask", "SELECT " TASK_COLUMNS " FROM table_task WHERE task_id=?;",
+    Statement statement(*m_connection, "getTask", "SELECT " TASK_COLUMNS " FROM table_task WHERE task_id=?;",
                         id.c_str());
     statement.bind(id);
     return statement.fetchOne([&](sqlite3_stmt* row) { setTaskFromStmt(task, row); });
@@ -126,7 +126,7 @@ int Sqlite3Functions::getTask(BaseTask& task, const std::string& id) {
 int Sqlite3Functions::getTask(std::vector<BaseTask>& tasks, QoS qos) {
     Sqlite3Guard lock(m_lock);
     tasks.clear();
-    Statement statement(*this, "getTask",
+    Statement statement(*m_connection, "getTask",
                         "SELECT " TASK_COLUMNS " FROM table_task WHERE qos=? ORDER BY id ASC;");
     statement.bind(qos.getQosLevel());
     return readTasks(statement, tasks);
@@ -135,7 +135,7 @@ int Sqlite3Functions::getTask(std::vector<BaseTask>& tasks, QoS qos) {
 int Sqlite3Functions::getTask(int type, std::vector<BaseTask>& tasks) {
     Sqlite3Guard lock(m_lock);
     tasks.clear();
-    Statement statement(*this, "getTask",
+    Statement statement(*m_connection, "getTask",
                         "SELECT " TASK_COLUMNS " FROM table_task WHERE type=? ORDER BY id ASC;");
     statement.bind(type);
     return readTasks(statement, tasks);
@@ -144,7 +144,7 @@ int Sqlite3Functions::getTask(int type, std::vector<BaseTask>& tasks) {
 int Sqlite3Functions::getAllTask(int typeMask, TaskStatus status, std::vector<BaseTask>& tasks) {
     Sqlite3Guard lock(m_lock);
     tasks.clear();
-    Statement statement(*this, "getAllTask",
+    Statement statement(*m_connection, "getAllTask",
                         "SELECT " TASK_COLUMNS " FROM table_task WHERE type&?!=0 and status=?;");
     statement.bind(typeMask, status);
     return readTasks(statement, tasks);
@@ -153,7 +153,7 @@ int Sqlite3Functions::getAllTask(int typeMask, TaskStatus status, std::vector<Ba
 int Sqlite3Functions::getTimeoutTask(std::vector<BaseTask>& tasks) {
     Sqlite3Guard lock(m_lock);
     tasks.clear();
-    Statement statement(*this, "getTimeoutTask",
+    Statement statement(*m_connection, "getTimeoutTask",
                         "SELECT " TASK_COLUMNS
                         " FROM table_task WHERE (qos IN (3,4)) AND "
                         "((strftime('%s', 'now') - create_time) >= qos_para) ORDER BY id ASC;");
@@ -162,7 +162,8 @@ int Sqlite3Functions::getTimeoutTask(std::vector<BaseTask>& tasks) {
 
 int Sqlite3Functions::getTaskStatus(const std::string& id, TaskStatus& status) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "getTaskStatus", "SELECT status FROM table_task WHERE task_id=?;", id.c_str());
+    Statement statement(*m_connection, "getTaskStatus", "SELECT status FROM table_task WHERE task_id=?;",
+                        id.c_str());
     statement.bind(id);
     return statement.fetchOne(
         [&](sqlite3_stmt* row) { status = static_cast<TaskStatus>(sqlite3_column_int(row, 0)); });
@@ -176,21 +177,23 @@ bool Sqlite3Functions::isCounted(Statement& statement, bool whenUnprepared) {
 
 bool Sqlite3Functions::hasTask(const std::string& id) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "hasTask", "SELECT count(*) FROM table_task WHERE task_id=?;", id.c_str());
+    Statement statement(*m_connection, "hasTask", "SELECT count(*) FROM table_task WHERE task_id=?;",
+                        id.c_str());
     statement.bind(id);
     return isCounted(statement, true);
 }
 
 bool Sqlite3Functions::hasTask(TaskPriority priority) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "hasTask", "SELECT count(*) FROM table_task WHERE priority=?;");
+    Statement statement(*m_connection, "hasTask", "SELECT count(*) FROM table_task WHERE priority=?;");
     statement.bind(priority);
     return isCounted(statement, true);
 }
 
 bool Sqlite3Functions::hasTask(TaskType type, TaskStatus status) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "hasTask", "SELECT count(*) FROM table_task WHERE type=? AND status=?;");
+    Statement statement(*m_connection, "hasTask",
+                        "SELECT count(*) FROM table_task WHERE type=? AND status=?;");
     statement.bind(type, status);
     return isCounted(statement, true);
 }
@@ -199,7 +202,7 @@ int Sqlite3Functions::updateTask(const std::string& id, TaskType type, const std
                                  TaskStatus status) {
     Sqlite3Guard lock(m_lock);
     Statement statement(
-        *this, "updateTask",
+        *m_connection, "updateTask",
         "UPDATE table_task SET type=?, task_data=?, status=?, create_time=strftime('%s', 'now') "
         "WHERE task_id=?;",
         id.c_str());
@@ -217,24 +220,20 @@ int Sqlite3Functions::updateTaskStatus(const std::vector<std::string>& ids, Task
         return SQLITE_DONE;
     }
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this, !inTransaction);
-    Statement statement(*this, "updateTaskStatus", "UPDATE table_task SET status=? WHERE task_id IN (?);");
+    Transaction transaction(*m_connection, !inTransaction);
+    Statement statement(*m_connection, "updateTaskStatus",
+                        "UPDATE table_task SET status=? WHERE task_id IN (?);");
     if (statement.prepared() != SQLITE_OK) {
         transaction.leaveOpen();
         return statement.prepared();
     }
-    for (const std::string& id : ids) {
-        statement.bind(status, id);
-        if (const int rc = statement.run(); rc != SQLITE_OK) {
-            return rc;
-        }
-    }
-    return transaction.commit();
+    const int rc = statement.runForEach(ids, [&](const std::string& id) { statement.bind(status, id); });
+    return rc != SQLITE_OK ? rc : transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::updateTaskStatus(int fromStatus, int typeMask, int toStatus) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "updateTaskStatus",
+    Statement statement(*m_connection, "updateTaskStatus",
                         "UPDATE table_task SET status=? WHERE type&?!=0 and status=?;");
     statement.bind(toStatus, typeMask, fromStatus);
     return statement.run();
@@ -242,7 +241,7 @@ int Sqlite3Functions::updateTaskStatus(int fromStatus, int typeMask, int toStatu
 
 int Sqlite3Functions::updateFileTaskStatus(const std::string& id, TaskStatus status) {
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this);
+    Transaction transaction(*m_connection);
     if (const int rc = deleteFileTaskInfo(id); rc != SQLITE_OK) {
         VLOX_LOG(3, "deleteFileTaskInfo fail. rc=%d", rc);
         return rc;
@@ -251,13 +250,13 @@ int Sqlite3Functions::updateFileTaskStatus(const std::string& id, TaskStatus sta
         VLOX_LOG(3, "updateTaskStatus fail. rc=%d", rc);
         return rc;
     }
-    return transaction.commit();
+    return transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::getTaskAndUpdateStatus(int typeMask, TaskStatus from, TaskStatus to,
                                              std::vector<BaseTask>& tasks) {
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this);
+    Transaction transaction(*m_connection);
     if (const int rc = getAllTask(typeMask, from, tasks); rc != SQLITE_OK) {
         return rc;
     }
@@ -269,71 +268,72 @@ int Sqlite3Functions::getTaskAndUpdateStatus(int typeMask, TaskStatus from, Task
         VLOX_LOG(3, "updateTaskStatus fail. rc=%d", rc);
         return rc;
     }
-    return transaction.commit();
+    return transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::resetTaskStatus() {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "resetTaskStatus", "UPDATE table_task SET status=0;");
+    Statement statement(*m_connection, "resetTaskStatus", "UPDATE table_task SET status=0;");
     return statement.run();
 }
 
 int Sqlite3Functions::updateFileTaskData(std::vector<BaseTask>& tasks) {
+    return updateFileTaskData(tasks, false);
+}
+
+int Sqlite3Functions::updateFileTaskData(const std::vector<BaseTask>& tasks, bool inTransaction) {
     if (tasks.empty()) {
         return SQLITE_DONE;
     }
     Sqlite3Guard lock(m_lock);
-    Transaction transaction(*this);
-    Statement statement(*this, "updateFileTaskData",
+    Transaction transaction(*m_connection, !inTransaction);
+    Statement statement(*m_connection, "updateFileTaskData",
                         "UPDATE table_task SET task_data=? WHERE task_id IN (?);");
     if (statement.prepared() != SQLITE_OK) {
         transaction.leaveOpen();
         return statement.prepared();
     }
-    for (const BaseTask& task : tasks) {
-        statement.bind(task.getSerializedData(), task.getTaskId());
-        if (const int rc = statement.run(); rc != SQLITE_OK) {
-            return rc;
-        }
-    }
-    return transaction.commit();
+    const int rc = statement.runForEach(
+        tasks, [&](const BaseTask& task) { statement.bind(task.getSerializedData(), task.getTaskId()); });
+    return rc != SQLITE_OK ? rc : transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::deleteTask(const std::string& id) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "deleteTask", "DELETE FROM table_task WHERE task_id=?;", id.c_str());
+    Statement statement(*m_connection, "deleteTask", "DELETE FROM table_task WHERE task_id=?;", id.c_str());
     statement.bind(id);
     return statement.run();
 }
 
 int Sqlite3Functions::deleteTasks(const std::vector<BaseResult>& results, bool ownTransaction) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, nullptr, "DELETE FROM table_task WHERE task_id=?;");
+    Statement statement(*m_connection, nullptr, "DELETE FROM table_task WHERE task_id=?;");
     if (statement.prepared() != SQLITE_OK) {
-        VLOX_LOG(3, "deleteTasks failed. rc = %d errInfo=%s", statement.prepared(), sqlite3_errmsg(m_db));
+        VLOX_LOG(3, "deleteTasks failed. rc = %d errInfo=%s", statement.prepared(),
+                 m_connection->errorText());
     }
-    Transaction transaction(*this, ownTransaction);
-    for (const BaseResult& result : results) {
-        statement.bind(result.getResultId());
-        if (statement.run() != SQLITE_OK) {
-            VLOX_LOG(3, "redeleteTasks failed. merrInfo=%s", sqlite3_errmsg(m_db));
-        }
-    }
-    transaction.commit();
+    Transaction transaction(*m_connection, ownTransaction);
+    statement.runForEach(
+        results, [&](const BaseResult& result) { statement.bind(result.getResultId()); },
+        [&](const BaseResult&) {
+            VLOX_LOG(3, "redeleteTasks failed. merrInfo=%s", m_connection->errorText());
+            return true;
+        });
+    transaction.commitAndReportSuccess();
     return statement.prepared();
 }
 
 int Sqlite3Functions::deleteFileTaskInfo(const std::string& id) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "deleteFileTaskInfo", "DELETE FROM table_fileTaskInfo WHERE file_task_id=?;",
-                        id.c_str());
+    Statement statement(*m_connection, "deleteFileTaskInfo",
+                        "DELETE FROM table_fileTaskInfo WHERE file_task_id=?;", id.c_str());
     statement.bind(id);
     return statement.run();
 }
 
 int Sqlite3Functions::deleteFileTaskInfos(int status, int typeMask) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*this, "deleteFileTaskInfos",
+    Statement statement(*m_connection, "deleteFileTaskInfos",
                         "DELETE FROM table_fileTaskInfo WHERE file_task_id IN "
                         "(SELECT task_id FROM table_task WHERE type&?!=0 and status=?)");
     statement.bind(typeMask, status);
@@ -342,7 +342,12 @@ int Sqlite3Functions::deleteFileTaskInfos(int status, int typeMask) {
 
 int Sqlite3Functions::deleteAllFileTaskInfo() {
     Sqlite3Guard lock(m_lock);
-    return execLogged("DELETE FROM table_fileTaskInfo", "sqlite3 error.");
+    Statement statement(*m_connection, nullptr, "DELETE FROM table_fileTaskInfo");
+    const int rc = statement.run();
+    if (rc != SQLITE_OK) {
+        VLOX_LOG(3, "sqlite3 error. rc=%d,errmsg=%s", rc, m_connection->errorText());
+    }
+    return rc;
 }
 
 }  // namespace vloxlib

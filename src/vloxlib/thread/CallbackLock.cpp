@@ -53,6 +53,11 @@ void CallbackLock::lock() {
     }
 }
 
+bool CallbackLock::isHeldHere() const {
+    WindowsMutexGuard guard(both().mutex);
+    return isMine();
+}
+
 bool CallbackLock::isMine() const { return m_holder && m_holder->thread == std::this_thread::get_id(); }
 
 bool CallbackLock::tryLock() {
@@ -72,6 +77,14 @@ void CallbackLock::unlock() {
     if (--m_holder->depth == 0) {
         m_holder = std::exchange(m_lender, std::nullopt);
         both().changed.back()->notifyAll();
+    }
+}
+
+void CallbackLock::giveBackAll() {
+    for (CallbackLock* const lock : {&listeners(), &modules()}) {
+        while (lock->isHeldHere()) {
+            lock->unlock();
+        }
     }
 }
 

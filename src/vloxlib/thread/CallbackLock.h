@@ -30,6 +30,9 @@ public:
         CallbackLock& m_lock;
     };
 
+    /// The calling thread, which ends the process and won't leave its scopes, holds neither any more.
+    static void giveBackAll();
+
     CallbackLock(const CallbackLock&) = delete;
     CallbackLock& operator=(const CallbackLock&) = delete;
 
@@ -47,6 +50,7 @@ private:
     void lock();
     void unlock();
     bool tryLock();
+    bool isHeldHere() const;
     bool isMine() const;
     void forgetOthers();
 
