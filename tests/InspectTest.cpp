@@ -6,7 +6,9 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
+#include <thread>
 
 #include "support/StoreFixture.h"
 
@@ -88,11 +90,26 @@ TEST_F(InspectStore, TellsTasksResultsAndSequenceNumbersAndLeavesNoTrace) {
     EXPECT_EQ(before, contents(m_dir));
 }
 
-TEST_F(InspectStore, SaysThatARunningProcessHoldsIt) {
-    addTask("held");
-    const Outcome outcome = inspectFile({"store", file()});
-    EXPECT_EQ(1, outcome.code);
-    EXPECT_NE(std::string::npos, outcome.complaint.find("is held by a running process")) << outcome.complaint;
+TEST_F(InspectStore, ReadsOneMomentOfAProgramAtWork) {
+    store();
+    std::atomic<bool> ending{false};
+    std::thread program([&] {
+        for (int id = 0; !ending; ++id) {
+            const std::string name = std::to_string(id);
+            store().addFileTask(name, TASK_TYPE_FILE, QoS::qosRetryForever(), TASK_PRIORITY_DEFAULT,
+                                std::string(id % 100 == 0 ? 1 << 20 : 100, 'p'), name);
+        }
+    });
+    for (int round = 0; round < 10; ++round) {
+        const rapidjson::Document found = json("store", file());
+        int tasks = 0;
+        for (const auto& row : found["tasks_by_status_and_priority"].GetArray()) {
+            tasks += row["count"].GetInt();
+        }
+        EXPECT_EQ(tasks, found["rows_of_the_other_tables"][0]["count"].GetInt()) << "one digest for each";
+    }
+    ending = true;
+    program.join();
 }
 
 TEST_F(InspectStore, ReadsWhatAKilledProcessLeftInTheLog) {
@@ -144,6 +161,16 @@ TEST(InspectDns, TellsWhichAddressWouldBeChosen) {
     }
     EXPECT_EQ(std::vector<std::string>{"10.0.0.2"}, chosen)
         << "usable, and has not worked for the longest time";
+
+    cache.run(
+        "PRAGMA cache_size=1; WITH RECURSIVE n(x) AS (SELECT 1 UNION ALL SELECT x+1 FROM n WHERE x<500) "
+        "INSERT INTO domain_t(domain,sp) SELECT 'before', hex(zeroblob(500)) FROM n;"
+        "BEGIN; UPDATE domain_t SET domain='behind'");
+    EXPECT_NE(std::string::npos, dir.read("vloxDomain.db").find("behind")) << "written, but not committed";
+    const rapidjson::Document meanwhile = json("dns", dir.path("vloxDomain.db"));
+    ASSERT_EQ(501U, meanwhile["domains"].Size());
+    EXPECT_STREQ("before", meanwhile["domains"][1]["domain"].GetString());
+    EXPECT_STREQ("before", meanwhile["domains"][500]["domain"].GetString());
 }
 
 TEST(Inspect, RefusesWhatItCantRead) {

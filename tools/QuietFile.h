@@ -2,7 +2,6 @@
 #define TOOLS_QUIETFILE_H
 
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,9 +11,10 @@ namespace inspect {
 
 /// @brief A database that is read without a trace: no byte of it changes and no file appears beside it.
 ///
-/// SQLite's shared lock on the file is held meanwhile, so that nobody writes it. What a killed process left
-/// in the write-ahead log is read too, from a copy in the temporary directory. Errors: the constructor and
-/// rows() throw std::runtime_error with a text for the user.
+/// No lock is taken either, so that a program may start, work and end meanwhile: what is read is a copy in
+/// the temporary directory, of the file and of the log beside it, as they stood at one moment. What a killed
+/// process left in the log is read too. Errors: the constructor and rows() throw std::runtime_error with a
+/// text for the user.
 class QuietFile {
 public:
     explicit QuietFile(const std::string& path);
@@ -26,12 +26,11 @@ public:
     std::vector<std::vector<std::string>> rows(const std::string& sql) const;
 
 private:
-    class SharedLock;
-    void open(const std::string& uri, const std::string& path);
-    std::string copyWithLog(const std::string& path);
+    std::string copy(const std::filesystem::path& file) const;
+    void open(const std::string& copy, const std::string& path);
+    void removeCopies() const;
 
-    std::unique_ptr<SharedLock> m_lock;
-    std::filesystem::path m_copies;  // removed at the end; empty without copies
+    std::filesystem::path m_copies;  // removed at the end
     vloxlib::SqliteConnection m_connection;
 };
 
