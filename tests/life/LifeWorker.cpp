@@ -5,6 +5,11 @@
 #include <cstdio>
 #include <cstdlib>
 
+#ifdef __SANITIZE_THREAD__
+// The child of a fork starts threads again.
+extern "C" const char* __tsan_default_options() { return "die_after_fork=0"; }
+#endif
+
 int main(int argc, char** argv) {
     void* const work = argc == 3 ? dlopen(VLOX_LIFE_WORK_PATH, RTLD_NOW) : nullptr;
     if (work == nullptr) {

@@ -28,6 +28,11 @@
 
 using namespace vloxlib;
 
+#ifdef __SANITIZE_THREAD__
+// The child of a fork starts threads again.
+extern "C" const char* __tsan_default_options() { return "die_after_fork=0"; }
+#endif
+
 namespace {
 
 // A line of /proc/self/task/<thread>/status for each thread but the calling one.
