@@ -12,7 +12,9 @@ constexpr AffinePoint kGenerator{Fp::fromInteger(sm9::Word256{0x715a4589334c74c7
 }  // namespace
 
 const PointTable& tableOfGenerator() {
-    static constexpr PointTable table(Point::from(kGenerator));
+    static constexpr auto teeth =
+        sm9::combTeeth(Point::from(kGenerator));  // in two steps: compilers bound each
+    static constexpr PointTable table(teeth);
     return table;
 }
 

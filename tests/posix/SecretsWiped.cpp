@@ -226,9 +226,9 @@ void sm2Both() {
 }
 
 // Here the library draws the key itself: the child finds it as the server does.
-void bridge() {
+void bridge(SYM_ENCRYPT_TYPE cipher) {
     const Bytes der = MasterKey::fromBytes(masterScalar())->parameters().toDer();
-    auto bridge = std::make_unique<EncryptBridge>(SYM_AES128_CBC, ASYM_SM9, kIdentity,
+    auto bridge = std::make_unique<EncryptBridge>(cipher, ASYM_SM9, kIdentity,
                                                   Base64::encode(std::string(der.begin(), der.end())));
     const std::vector<Masked> key = fromChild([&](const Tell& tell) {
         const auto unwrapped = MasterKey::fromBytes(masterScalar())
@@ -237,6 +237,8 @@ void bridge() {
         tell(unwrapped->data(), unwrapped->size());
     });
     if (bridge->decryptData(bridge->encryptData("text")) != "text") s_good = false;
+    bridge->decryptData("no cipher text");
+    bridge->symmetricEncryptFile("/proc/self/maps", "/dev/null");
     expect(1, key, "a bridge in use, which holds its key once");
     bridge.reset();
     expect(0, key, "a bridge that is gone");
@@ -253,6 +255,6 @@ int main(int argc, char** argv) {
     wrapping();
     unwrapping();
     sm2Both();
-    bridge();
+    for (const SYM_ENCRYPT_TYPE cipher : {SYM_AES128_CBC, SYM_SM4}) bridge(cipher);
     return s_good ? 0 : 1;
 }

@@ -156,23 +156,32 @@ private:
     std::array<std::uint64_t, 5> m_signs{};
 };
 
+/// @brief 2^(13 i) times the base, i in 0..19: what the tables of a comb are sums of.
+template <typename Element>
+using CombTeeth = std::array<Element, CombDigits::kTeeth * CombDigits::kTables>;
+
+template <typename Element>
+constexpr CombTeeth<Element> combTeeth(const Element& base) {
+    CombTeeth<Element> teeth{base};
+    for (std::size_t i = 1; i < teeth.size(); ++i) {
+        teeth[i] = teeth[i - 1];
+        for (std::size_t round = 0; round < CombDigits::kRounds; ++round) teeth[i] = teeth[i].doubled();
+    }
+    return teeth;
+}
+
 /// @brief Fills the four tables of a comb, one behind the other. Elements are added, subtracted and doubled.
 template <typename Element, typename Entries>
-constexpr void fillComb(const Element& base, Entries& entries) {
+constexpr void fillComb(const CombTeeth<Element>& teeth, Entries& entries) {
     constexpr std::size_t kTop = CombDigits::kTeeth - 1;
-    std::array<Element, CombDigits::kTeeth * CombDigits::kTables> points{base};  // 2^(13 i) times the base
-    for (std::size_t i = 1; i < points.size(); ++i) {
-        points[i] = points[i - 1];
-        for (std::size_t round = 0; round < CombDigits::kRounds; ++round) points[i] = points[i].doubled();
-    }
     for (std::size_t table = 0; table < CombDigits::kTables; ++table) {
         const std::size_t first = table * CombDigits::kTableSize;
-        entries[first] = points[kTop * CombDigits::kTables + table];
+        entries[first] = teeth[kTop * CombDigits::kTables + table];
         for (std::size_t tooth = 0; tooth < kTop; ++tooth) {
-            entries[first] = entries[first] - points[tooth * CombDigits::kTables + table];
+            entries[first] = entries[first] - teeth[tooth * CombDigits::kTables + table];
         }
         for (std::size_t tooth = 0; tooth < kTop; ++tooth) {  // a minus becomes a plus
-            const Element twice = points[tooth * CombDigits::kTables + table].doubled();
+            const Element twice = teeth[tooth * CombDigits::kTables + table].doubled();
             const std::size_t half = std::size_t{1} << tooth;
             for (std::size_t i = 0; i < half; ++i) entries[first + half + i] = entries[first + i] + twice;
         }

@@ -152,7 +152,7 @@ Power operator-(const Power& a, const Power& b) { return {a.value * b.value.conj
 
 GtTable::GtTable(const Fp12& g) {
     std::vector<Power> powers(m_entries.size());
-    fillComb(Power{g}, powers);
+    fillComb(combTeeth(Power{g}), powers);
     std::vector<Fp6> bottoms(m_entries.size());  // c1, to be inverted together
     for (std::size_t i = 0; i < powers.size(); ++i) bottoms[i] = powers[i].value.c1;
     invertAll(bottoms);

@@ -103,10 +103,11 @@ Point<F> multiply(const Word256& k, const Point<F>& p) {
 template <typename F>
 class PointTable {
 public:
-    explicit constexpr PointTable(const Point<F>& p) {  ///< p isn't infinity
+    explicit constexpr PointTable(const Point<F>& p) : PointTable(combTeeth(p)) {}  ///< p isn't infinity
+    explicit constexpr PointTable(const CombTeeth<Point<F>>& teeth) {
         std::array<Point<F>, CombDigits::kEntries> points{};
         std::array<F, CombDigits::kEntries> inverses{};
-        fillComb(p, points);
+        fillComb(teeth, points);
         for (std::size_t i = 0; i < points.size(); ++i) inverses[i] = points[i].z;
         invertAll(inverses);
         for (std::size_t i = 0; i < points.size(); ++i) {

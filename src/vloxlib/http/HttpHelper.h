@@ -94,7 +94,8 @@ public:
     static int handleHttpBody(const std::string& body, std::shared_ptr<EncryptBridge> bridge,
                               JsonValue& result, rapidjson::Document& document);
 
-    /// @brief Encrypts a text with the session key, for a field. Empty without a bridge.
+    /// @brief Encrypts a text with the session key, for a field. Empty without a bridge or a key: who builds
+    /// a request of its own must not send it then.
     std::string generateHttpParam(const std::string& text);
     static std::string generateHttpParam(std::shared_ptr<EncryptBridge> bridge, const std::string& text);
     /// @brief Encrypts a text with the fixed special key, for the custom header. Empty without a bridge.
