@@ -75,7 +75,9 @@ TEST_F(DnsPinningTest, TlsHearsTheName) {
         return {bytes, static_cast<std::size_t>(std::max(count, 0))};
     });
     EXPECT_NE(0, get("secure.invalid", socket.address().port(), "https"));
-    EXPECT_THAT(hello.get(), HasSubstr("secure.invalid"));
+    const std::string said = hello.get();
+    EXPECT_THAT(said, HasSubstr("secure.invalid"));
+    EXPECT_THAT(said, testing::Not(HasSubstr("\x02h2"))) << "HTTP/2 isn't offered";
 }
 
 TEST_F(DnsPinningTest, AFailureIsHeldAgainstTheAddressOnlyWithANetwork) {
@@ -229,4 +231,9 @@ TEST_F(DnsPinningTest, WhatIsNoUrlFailsAsOne) {
     HttpClient client;
     client.createGetRequest("");
     EXPECT_EQ(-803, client.performSync(nullptr, nullptr));
+    const vlox_test::LogCapture log;
+    client.createGetRequest("http://user:secret@[::/path?token=secret#secret");
+    EXPECT_EQ(-803, client.performSync(nullptr, nullptr));
+    EXPECT_EQ(1, log.count("E", " uri: http://[::/path is not valid"));
+    EXPECT_EQ(0, log.count("secret"));
 }

@@ -253,9 +253,13 @@ TEST_F(FileTransferTest, APostDownloadsToo) {
     const RawHttpServer server(fileReply("200 OK", "", "new"));
     client.createPostRequest(server.url());
     client.addParam("fileId", "7");
+    client.setDownloadFile(dir.path("target"), 0, 3);
     client.setDownloadFile(dir.path("target"), 0, 0);
     EXPECT_EQ(0, perform());
     EXPECT_EQ("fileId=7", RawHttpServer::bodyOf(server.lastRequest()));
+    EXPECT_THAT(server.lastRequest(), HasSubstr("\r\nRange: bytes=0-\r\n")) << "what was set last";
+    client.setUploadFile("file", source("x"), -1, -1, 0);
+    EXPECT_TRUE(client.getHeader().empty());
     EXPECT_EQ("new", dir.read("target"));
 }
 
@@ -331,10 +335,24 @@ TEST_F(FileTransferTest, CancelsInTheMiddleFromAnotherThread) {
     const RawHttpServer server(fileReply("200 OK", "", bytes(4 << 20)));
     onPercent = [this] { std::thread([this] { EXPECT_EQ(0, client.httpCancel()); }).join(); };
     EXPECT_EQ(-109, upload(server.url()));
+    EXPECT_EQ(0, status) << "that it may go on is no reply";
     EXPECT_EQ(1U, percents.size());
     percents.clear();
     EXPECT_EQ(-109, download(server.url()));
     EXPECT_LT(std::filesystem::file_size(dir.path("target")), std::size_t{4} << 20);
+}
+
+TEST_F(FileTransferTest, CancelsWhileTheServerThinksAboutTheBody) {
+    source("x");
+    const RawHttpServer server([this](auto& connection, const std::string&) {
+        client.httpCancel();
+        RawHttpServer::stall(connection);
+    });
+    client.createPutRequest(server.url());
+    client.setUploadFile("file", dir.path("source"), -1, -1, 0);
+    EXPECT_EQ(-199, perform()) << "PUT tells libcurl's failure";
+    EXPECT_EQ(42, client.getOutcome().curlCode) << "it waited until the server gave up";
+    EXPECT_EQ(-109, upload(server.url()));
 }
 
 TEST_F(FileTransferTest, ADiskThatCannotTakeTheFile) {

@@ -15,6 +15,7 @@
 #include "support/RawHttpServer.h"
 #include "support/TempDir.h"
 #include "vloxlib/http/HttpHeaderLine.h"
+#include "vloxlib/http/ReplyHeaders.h"
 #include "vloxlib/http/TransferData.h"
 
 using namespace vloxlib;
@@ -141,6 +142,55 @@ TEST(HttpClient, RefusesEmptyKeysAndValues) {
     EXPECT_EQ(1, log.count("W", "headerKey=,headerValue=d"));
 }
 
+TEST(HttpClient, NoLineEndGetsIntoTheHead) {
+    const RawHttpServer server(RawHttpServer::ok(""));
+    HttpClient client;
+    client.createGetRequest(server.url());
+    EXPECT_EQ(-201, client.addHeader("a", "1\r\nForged: 1"));
+    EXPECT_EQ(-201, client.addHeader("b", "1\nForged: 1"));
+    EXPECT_EQ(-201, client.addHeader("c\r", "1"));
+    EXPECT_EQ(-201, client.setHeader({{"d", "1"}, {"Forged: 1\r\ne", "1"}}));
+    EXPECT_TRUE(client.getHeader().empty());
+    for (const char* url : {"/\r\nForged: 1", "/\n", "/\x7f", "/\x01"}) {
+        client.createGetRequest(server.url(url));
+        EXPECT_EQ(-201, run(client).code);
+    }
+    EXPECT_TRUE(server.requests().empty());
+}
+
+TEST(HttpClient, RefusesABodyThatItCannotUse) {
+    const struct {
+        const char* why;
+        std::string headers;
+        std::string asked;
+        int limit;
+        int code;
+        const char* logged;
+    } rows[] = {
+        {"as long as it may be", "", "", 4, 0, ""},
+        {"longer", "", "", 3, -199, "the reply has more than the 3 bytes that it may have"},
+        {"without a bound", "", "", 0, 0, ""},
+        {"encoded unasked", "content-encoding: gzip\r\n", "", 99, -199,
+         "nobody has asked for the reply's content encoding, gzip"},
+        {"encoded as asked", "Content-Encoding: gzip\r\n", "gzip", 99, 0, ""},
+        {"not encoded", "Content-Encoding: identity\r\n", "", 99, 0, ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        const RawHttpServer server(RawHttpServer::reply("200 OK", row.headers, "text"));
+        const vlox_test::LogCapture log;
+        HttpClient client;
+        client.createGetRequest(server.url());
+        client.addHeader("accept-encoding", row.asked);
+        client.setReplyLimit(row.limit);
+        const Outcome outcome = run(client);
+        EXPECT_EQ(row.code, outcome.code);
+        EXPECT_EQ(row.code == 0 ? "text" : "", outcome.body);
+        EXPECT_EQ(row.logged, client.getOutcome().curlText);
+        EXPECT_EQ(row.code != 0, log.count("W", std::string("(") + row.logged + ")") == 1);
+    }
+}
+
 TEST(HttpClient, JudgesTheStatus) {
     struct Row {
         const char* why;
@@ -162,10 +212,17 @@ TEST(HttpClient, JudgesTheStatus) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.why);
         const RawHttpServer server(RawHttpServer::reply(row.status, row.headers, "text"));
-        const Outcome outcome = get(server.url());
+        const vlox_test::LogCapture log;
+        HttpClient client;
+        client.createGetRequest(server.url());
+        const Outcome outcome = run(client);
         EXPECT_EQ(row.code, outcome.code);
         EXPECT_EQ(std::stol(row.status), outcome.status);
         EXPECT_EQ(row.body, outcome.body);
+        EXPECT_EQ(outcome.status, client.getOutcome().status);
+        EXPECT_EQ("127.0.0.1", client.getOutcome().address);
+        EXPECT_EQ(row.code != 0,
+                  log.count("W", ",status=" + std::to_string(outcome.status) + ",address=127.0.0.1,") == 1);
     }
 }
 
@@ -182,6 +239,19 @@ TEST(HttpClient, FollowsARedirectAndKeepsTheFirstHopsHeaders) {
     EXPECT_EQ("there", client.getResultData());
     EXPECT_EQ("1", client.getResultHeaderByKey("Hop"));
     EXPECT_EQ("yes", client.getResultHeaderByKey("Last"));
+}
+
+TEST(HttpClient, TheLastReplyDecides) {
+    const RawHttpServer server([](Poco::Net::StreamSocket& client, const std::string& request) {
+        const bool first = holds(request, "GET /from");
+        RawHttpServer::send(
+            client, first ? RawHttpServer::reply("302 Found", "Location: /to\r\nRedirect: yes\r\n", "moved")
+                          : RawHttpServer::reply("404 Not Found", "", "gone"));
+    });
+    HttpClient client;
+    client.createGetRequest(server.url("/from"));
+    EXPECT_EQ(-199, run(client).code);
+    EXPECT_TRUE(client.isRedirect()) << "all replies' headers are told";
 }
 
 TEST(HttpClient, ReadsTheBodyUpToItsFirstNul) {
@@ -206,7 +276,7 @@ TEST(HttpClient, TurnsTransferFailuresIntoCodes) {
         {"empty", "", -803},
         {"unknown host", "http://no-such-host.invalid/", -806},
         {"nobody listens", nobody, -807},
-        {"a file that isn't there", "file:///no/such/file", -826},
+        {"another protocol", "ftp" + cutOff.url().substr(4), -199},
         {"cut off in the body", cutOff.url(), -199},
         {"no reply at all", silent.url(), -199},
         {"a scheme that nobody speaks", "gibberish://127.0.0.1/", -199},
@@ -251,6 +321,14 @@ TEST(HttpClient, HeedsTheProxyOfTheEnvironment) {
     Poco::Environment::set("http_proxy", "http://no-such-proxy.invalid:3128");
     EXPECT_EQ(-805, get("http://somewhere.invalid/").code);
     Poco::Environment::set("http_proxy", "");
+
+    const RawHttpServer proxy(std::string("HTTP/1.1 200 OK\r\nFrom-Proxy: 1\r\n\r\n"));
+    Poco::Environment::set("https_proxy", proxy.url());
+    HttpClient client;
+    client.createGetRequest("https://somewhere.invalid/");
+    EXPECT_EQ(-199, run(client).code);
+    EXPECT_TRUE(client.getResultHeader().empty()) << "what the proxy says is not the server's";
+    Poco::Environment::set("https_proxy", "");
 }
 
 TEST(HttpClient, SurvivesHostileReplies) {
@@ -328,6 +406,26 @@ TEST(HttpClient, ReadsHeaderLines) {
     EXPECT_EQ("first", headers["A"]);
 }
 
+TEST(ReplyHeaders, TheLastHeadIsReadWhole) {
+    ReplyHeaders headers;
+    for (const char* line :
+         {"HTTP/1.1 103 Early Hints\r\n", "Early: 1\r\n", "\r\n", "HTTP/1.1 302 Found\r\n", "a: first\r\n",
+          "\r\n", "HTTP/1.1 206 Partial Content\r\n", "A: last\r\n", "Folded: one,\r\n", "\t two:2\r\n",
+          " three\r\n", "a: later\r\n", "Empty:\r\n", "\r\n", "Trailer: 1\r\n", "A: trailed\r\n", "\r\n"}) {
+        headers.take(line);
+    }
+    EXPECT_EQ(206, headers.status());
+    EXPECT_EQ("last", headers.last("a"));
+    EXPECT_EQ("one, two:2 three", headers.last("FOLDED"));
+    EXPECT_EQ(" ", headers.last("Empty"));
+    EXPECT_EQ("", headers.last("Early"));
+    EXPECT_EQ("", headers.last("Trailer"));
+    const std::map<std::string, std::string> all = {{"A", "last"},      {"Early", "1"}, {"Empty", " "},
+                                                    {"Folded", "one,"}, {"a", "first"}, {"two", "2 three"},
+                                                    {"Trailer", "1"}};
+    EXPECT_EQ(all, headers.all);
+}
+
 TEST(HttpClient, ReadsTheStartOfAContentRange) {
     struct Row {
         const char* value;
@@ -375,6 +473,12 @@ TEST(HttpClient, CopiesShareTheHandleSafely) {
     EXPECT_EQ(0, run(second).code);
     EXPECT_EQ("GET /next?a=1 HTTP/1.1", requestLine(server.lastRequest())) << "nothing is left of the POST";
     EXPECT_EQ("", RawHttpServer::bodyOf(server.lastRequest()));
+    for (const HTTPMethod method : {HTTP_METHOD_PUT, HTTP_METHOD_DELETE, HTTP_METHOD_PUT, HTTP_METHOD_GET}) {
+        const char* const verbs[] = {"GET /v?a=1 ", "POST /v ", "PUT /v?a=1 ", "DELETE /v?a=1 "};
+        create(second, method, server.url("/v"));
+        EXPECT_EQ(0, run(second).code);
+        EXPECT_EQ(0U, server.lastRequest().find(verbs[method])) << requestLine(server.lastRequest());
+    }
 }
 
 TEST(HttpClient, ExchangesRunInParallel) {

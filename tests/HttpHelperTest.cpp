@@ -206,6 +206,9 @@ TEST_F(HttpHelperTest, ReadsReplies) {
 }
 
 TEST_F(HttpHelperTest, ABottomlessReplyIsRefused) {
+    config->setConfig(CONFIG_REPLY_LIMIT, 12);
+    EXPECT_EQ(R"({"returnCode":0})", resultOf(R"({"code":"0"})"));
+    EXPECT_EQ(R"({"returnCode":-199})", resultOf(R"({"code":"0"} )"));
     rapidjson::Document document;
     rapidjson::Value result;
     EXPECT_EQ(-112, helper->handleHttpBody(std::string(1 << 20, '['), result, document));

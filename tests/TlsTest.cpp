@@ -1,5 +1,6 @@
 #include <curl/curl.h>
 #include <gtest/gtest.h>
+#include <openssl/x509.h>
 
 #include <atomic>
 #include <map>
@@ -320,6 +321,44 @@ TEST_F(TlsTest, ARedirectIsVerifiedAsWell) {
             EXPECT_EQ(code, client.performSync(nullptr, nullptr));
         }
     }
+}
+
+TEST_F(TlsTest, ARedirectNeverLeavesTls) {
+    const auto referringTo = [&](const std::string& target) {
+        return std::vector<std::string>{"--tls", "--keys", keys.path(), "--misbehave",
+                                        "status=302,location=" + target};
+    };
+    const vlox_test::DevServer down(referringTo(server.url("/mirror")));
+    const vlox_test::DevServer up(referringTo(down.httpsUrl("good")));
+    for (const auto& [first, code] : std::map<std::string, int>{
+             {down.url(), 0}, {down.httpsUrl("good"), kRefused}, {up.url(), kRefused}}) {
+        SCOPED_TRACE(first);
+        const long long before = server.count("requests");
+        HttpClient client;
+        prepare(client, first + "/echo?params=e30", mutual());
+        EXPECT_EQ(code, client.performSync(nullptr, nullptr));
+        EXPECT_EQ(before + (code == 0 ? 2 : 1), server.count("requests"));
+    }
+}
+
+TEST_F(TlsTest, EachRefusalSaysWhy) {
+    std::set<std::string> reasons;
+    for (const auto& [port, verdict] :
+         std::map<std::string, long>{{"expired", X509_V_ERR_CERT_HAS_EXPIRED},
+                                     {"notYetValid", X509_V_ERR_CERT_NOT_YET_VALID},
+                                     {"unknownAuthority", X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY},
+                                     {"wrongHost", X509_V_OK},
+                                     {"clientCertificate", X509_V_OK}}) {
+        SCOPED_TRACE(port);
+        const LogCapture log;
+        HttpClient client;
+        prepare(client, url(port), trusting(authority));
+        EXPECT_EQ(kRefused, perform(client));
+        EXPECT_EQ(verdict, client.getOutcome().verifyResult);
+        reasons.insert(std::to_string(client.getOutcome().curlCode) + client.getOutcome().curlText);
+        EXPECT_EQ(1, log.count("W", "(" + client.getOutcome().curlText + "),verify="));
+    }
+    EXPECT_EQ(5U, reasons.size());
 }
 
 TEST_F(TlsTest, APinnedAddressIsAskedUnderItsName) {

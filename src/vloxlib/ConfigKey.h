@@ -44,6 +44,7 @@ enum _ConfigKey : int {  // NOLINT(bugprone-reserved-identifier): the interface'
     CONFIG_CA_CERT_CONTENT = 41,      ///< PEM text of the CA certificates.
     CONFIG_VERIFY_HOST = 42,       ///< 0 leaves the host name in a certificate unchecked; absent counts as 1.
     CONFIG_MODULE_FLAG_104 = 104,  ///< For modules. Default 2.
+    CONFIG_REPLY_LIMIT = 107,      ///< Most bytes of a service's reply; absent counts as 67108864, 64 MiB.
     CONFIG_KEY_END = 108           ///< End mark: this and higher keys are ignored on writing.
 };
 

@@ -36,6 +36,14 @@ void ClientState::lookUp() {
     exchange->spend(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin));
 }
 
+void ClientState::dropOwnRange() {
+    const auto range = header.find("Range");
+    if (!ownRange.empty() && range != header.end() && range->second == ownRange) {
+        header.erase(range);
+    }
+    ownRange.clear();
+}
+
 // A form's fields go into its body, all others' into the query.
 ExchangeRequest ClientState::request(HTTPMethod asMethod) const {
     ExchangeRequest request;
@@ -43,6 +51,7 @@ ExchangeRequest ClientState::request(HTTPMethod asMethod) const {
     request.url = withAsciiHost(asMethod == HTTP_METHOD_POST ? url : urlWithFields(url, fields));
     request.headers = headerLines;
     request.pinned = pinned;
+    request.replyLimit = replyLimit;
     return request;
 }
 
@@ -63,7 +72,7 @@ int ClientState::perform(const ExchangeRequest& request, long* httpCode) {
     if (code == 0) {
         resultData = textOf(reply);
     }
-    return code;
+    return logged(code);
 }
 
 int ClientState::runUpload(HTTPMethod asMethod, long* httpCode) {
@@ -110,7 +119,16 @@ int ClientState::take(FileResult result, long* httpCode) {
     if (result.text) {
         resultData = std::move(*result.text);
     }
-    return result.code;
+    return result.reply ? logged(result.code) : result.code;
+}
+
+int ClientState::logged(int code) const {
+    if (code != 0) {
+        VLOX_LOG(3, "exchange failed. code=%d,status=%ld,address=%s,curl=%d (%s),verify=%ld (%s)", code,
+                 outcome.status, outcome.address.c_str(), outcome.curlCode, outcome.curlText.c_str(),
+                 outcome.verifyResult, outcome.verifyText.c_str());
+    }
+    return code;
 }
 
 // What a function of the caller's threw goes on from here, where libcurl has ended.

@@ -20,12 +20,17 @@ namespace vloxlib {
 /// from the one to the other.
 struct ClientState {
     using Fields = std::map<std::string, std::string>;
+    static constexpr int64 kDefaultReplyLimit = 64 << 20;  // bytes
 
     /// @brief Makes libcurl's handle and the request's head. Copies go on sharing what they had.
     void prepare(const QosParams& limits);
 
     /// @brief Finds out where the URL's host is to be reached, within the limits of the exchange that begins.
     void lookUp();
+
+    /// @brief Takes the header of a download that is set no longer out again, unless the caller has replaced
+    /// it.
+    void dropOwnRange();
 
     /// @name The request as it is set, run as this method
     /// @{
@@ -44,10 +49,13 @@ struct ClientState {
     std::function<void(int)> progressCallback;
     std::function<void(int, int)> resultCallback;
 
+    int64 replyLimit = kDefaultReplyLimit;
+
     int postMode = 0;
     bool isFileOperate = false;
     FileOperateType fileType = FILE_OPERATE_NONE;
     std::shared_ptr<FileParam> fileParam;
+    std::string ownRange;  // the "Range" header of the download that is set
     int uploadProgress = 0;
     int downloadProgress = 0;
 
@@ -65,6 +73,7 @@ private:
     int perform(const ExchangeRequest& request, long* httpCode);
     int take(FileResult result, long* httpCode);
     void take(ExchangeReply& reply, long* httpCode);
+    int logged(int code) const;
     template <class Param>
     Param* fileParamFor(FileOperateType type) const;
 };

@@ -1,12 +1,15 @@
 #include "vloxlib/http/CurlExchange.h"
 
 #include <Poco/String.h>
+#include <openssl/x509.h>
 
 #include <algorithm>
 #include <limits>
 #include <mutex>
+#include <string_view>
 #include <utility>
 
+#include "vloxlib/http/HttpHeaderLine.h"
 #include "vloxlib/http/HttpRequestShare.h"
 #include "vloxlib/log/vloxLog.h"
 
@@ -16,9 +19,11 @@ namespace {
 
 constexpr std::chrono::seconds kDefaultConnectTimeout{15};
 constexpr std::chrono::seconds kNoLimit{0};
+constexpr char kSchemes[] = "http,https";
 constexpr long kLowSpeedBytes = 10;
 constexpr long kLowSpeedSeconds = 60;
 constexpr std::size_t kUsualReply = 128;
+constexpr long kFirstFinalStatus = 200;  // those below announce a reply that is still to come
 
 std::chrono::seconds limitOr(int seconds, std::chrono::seconds otherwise) {
     return seconds > 0 ? std::chrono::seconds(seconds) : otherwise;
@@ -61,6 +66,9 @@ public:
         ExchangeOutcome& outcome = m_reply.outcome;
         outcome.curlCode = curl_easy_perform(m_curl);
         curl_easy_getinfo(m_curl, CURLINFO_RESPONSE_CODE, &outcome.status);
+        if (outcome.status < kFirstFinalStatus) {
+            outcome.status = 0;
+        }
         VLOX_LOG(2, "httpCode=%ld,ret=%d", outcome.status, outcome.curlCode);
         describeOutcome();
         return std::move(m_reply);
@@ -80,6 +88,7 @@ private:
                 Poco::cat(std::string(","), pinned.addresses.begin(), pinned.addresses.end());
             m_resolve.reset(curl_slist_append(nullptr, line.c_str()));
         }
+        set(CURLOPT_REDIR_PROTOCOLS_STR, kSchemes);
         set(CURLOPT_RESOLVE, m_resolve.get());
         set(CURLOPT_URL, m_request.url.c_str());
     }
@@ -169,16 +178,31 @@ private:
         ExchangeOutcome& outcome = m_reply.outcome;
         const char* address = nullptr;
         curl_easy_getinfo(m_curl, CURLINFO_PRIMARY_IP, &address);
-        curl_easy_getinfo(m_curl, CURLINFO_SSL_VERIFYRESULT, &outcome.verifyResult);
         outcome.address = address ? address : "";
         long connections = 0;
         curl_easy_getinfo(m_curl, CURLINFO_NUM_CONNECTS, &connections);
         outcome.isNewConnection = connections > 0;
-        if (outcome.curlCode != CURLE_OK) {
+        curl_easy_getinfo(m_curl, CURLINFO_SSL_VERIFYRESULT, &outcome.verifyResult);
+        if (outcome.verifyResult == X509_V_ERR_UNSPECIFIED) {  // libcurl's own start: nothing was found wrong
+            outcome.verifyResult = X509_V_OK;
+        }
+        if (outcome.verifyResult != X509_V_OK) {
+            outcome.verifyText = X509_verify_cert_error_string(outcome.verifyResult);
+        }
+        if (m_refusal != CURLE_OK) {
+            outcome.curlCode = m_refusal;  // for which libcurl has only "write error"
+            outcome.curlText = std::move(m_refusalText);
+        } else if (outcome.curlCode != CURLE_OK) {
             outcome.curlText = m_errorText[0] != '\0'
                                    ? m_errorText
                                    : curl_easy_strerror(static_cast<CURLcode>(outcome.curlCode));
         }
+    }
+
+    bool refuse(CURLcode code, std::string why) {
+        m_refusal = code;
+        m_refusalText = std::move(why);
+        return false;
     }
 
     bool isCancelled() const {
@@ -203,8 +227,22 @@ private:
         auto& self = *static_cast<Run*>(run);
         return guarded(std::size_t{0}, [&] {
             self.m_reply.headers.take({bytes, size * count});
+            self.keepTls();
             return size * count;
         });
+    }
+
+    // What went out over TLS isn't repeated in the clear, wherever a redirect leads.
+    void keepTls() {
+        const long status = m_reply.headers.status();
+        const char* scheme = nullptr;
+        if (status >= 300 && status < 400 && !m_tlsKept) {
+            curl_easy_getinfo(m_curl, CURLINFO_SCHEME, &scheme);
+            m_tlsKept = scheme && isSameName(scheme, "https");
+            if (m_tlsKept) {
+                set(CURLOPT_REDIR_PROTOCOLS_STR, "https");
+            }
+        }
     }
 
     static std::size_t take(char* bytes, std::size_t size, std::size_t count, void* run) {
@@ -213,14 +251,43 @@ private:
     }
 
     bool takeBody(const char* bytes, std::size_t count) {
+        if (!m_bodyBegun) {
+            m_bodyBegun = true;
+            if (!beginBody()) {
+                return false;
+            }
+        }
         if (m_request.sink) {
             return !isCancelled() && m_request.sink->take(bytes, count, m_reply);
         }
-        if (m_reply.text.empty()) {
-            m_reply.text.reserve(kUsualReply);
+        if (m_request.replyLimit > 0 &&
+            m_reply.text.size() + count > static_cast<std::size_t>(m_request.replyLimit)) {
+            return refuse(CURLE_FILESIZE_EXCEEDED, "the reply has more than the " +
+                                                       std::to_string(m_request.replyLimit) +
+                                                       " bytes that it may have");
         }
         m_reply.text.append(bytes, count);
         return true;
+    }
+
+    // What nobody here can decode would pass for the body itself.
+    bool beginBody() {
+        if (!m_request.sink) {
+            m_reply.text.reserve(kUsualReply);
+        }
+        const std::string_view encoding = m_reply.headers.last("Content-Encoding");
+        const bool plain = encoding.empty() || encoding == " " || isSameName(encoding, "identity");
+        return plain || asksFor("Accept-Encoding") ||
+               refuse(CURLE_BAD_CONTENT_ENCODING,
+                      "nobody has asked for the reply's content encoding, " + std::string(encoding));
+    }
+
+    bool asksFor(std::string_view header) const {
+        const curl_slist* line = m_headers.get();
+        while (line && !isSameName(readHeaderLine(line->data).name, header)) {
+            line = line->next;
+        }
+        return line != nullptr;
     }
 
     static std::size_t give(char* buffer, std::size_t size, std::size_t count, void* run) {
@@ -259,6 +326,10 @@ private:
     std::unique_ptr<curl_slist, ListFree> m_resolve;
     std::unique_ptr<curl_mime, FormFree> m_form;
     char m_errorText[CURL_ERROR_SIZE] = "";
+    CURLcode m_refusal = CURLE_OK;  // another than that: the reply was refused here
+    std::string m_refusalText;
+    bool m_bodyBegun = false;
+    bool m_tlsKept = false;
     ExchangeReply m_reply;
 };
 
@@ -272,6 +343,10 @@ CurlExchange::CurlExchange(TlsSettings tls) : m_tls(std::move(tls)), m_curl(curl
 
 void CurlExchange::prepare(const QosParams& limits) {
     CURL* const curl = m_curl.get();
+    curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, kSchemes);
+    // Over HTTP/2 libcurl repeats requests that a server may have begun with, and stalls on long heads.
+    curl_easy_setopt(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    curl_easy_setopt(curl, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(curl, CURLOPT_HEADER, 0L);
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);

@@ -80,6 +80,7 @@ struct ExchangeRequest {
     std::string fileName;                                       ///< of the source's part
 
     BodySink* sink = nullptr;  ///< null: the reply's text
+    int64 replyLimit = 0;      ///< in bytes, of the reply's text; 0 for no limit
     bool dropStalled = false;  ///< ends a transfer below 10 bytes a second for 60 seconds
 
     /// Hears of the progress on the thread of the exchange; what it throws ends the exchange.

@@ -1,5 +1,6 @@
 #include "vloxlib/http/HttpClient.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "vloxlib/NativeCodes.h"
@@ -12,6 +13,24 @@
 #include "vloxlib/utility/FileUtil.h"
 
 namespace vloxlib {
+
+namespace {
+
+// A line end would begin a header of its own, or end the head.
+bool staysInItsLine(const std::string& key, const std::string& value) {
+    return (key + value).find_first_of("\r\n") == std::string::npos;
+}
+
+bool holdsControlCharacter(const std::string& url) {
+    return std::any_of(url.begin(), url.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; });
+}
+
+int refusedHeader() {
+    VLOX_LOG(3, "a header holds a line end");
+    return native::kInvalidArgument;
+}
+
+}  // namespace
 
 HttpClient::HttpClient() : m_state(std::make_unique<ClientState>()) {}
 HttpClient::HttpClient(const HttpClient& other) : m_state(std::make_unique<ClientState>(*other.m_state)) {}
@@ -54,11 +73,19 @@ int HttpClient::addHeader(std::string key, std::string value) {
         VLOX_LOG(3, "headerKey=%s,headerValue=%s", key.c_str(), value.c_str());
         return native::kInvalidArgument;
     }
+    if (!staysInItsLine(key, value)) {
+        return refusedHeader();
+    }
     m_state->header.emplace(std::move(key), std::move(value));
     return 0;
 }
 
 int HttpClient::setHeader(const Fields& headers) {
+    for (const auto& [key, value] : headers) {
+        if (!staysInItsLine(key, value)) {
+            return refusedHeader();
+        }
+    }
     m_state->header = headers;
     return 0;
 }
@@ -82,6 +109,7 @@ int HttpClient::setUploadFile(std::string key, std::string path, long left, long
     m_state->postMode = 1;
     m_state->isFileOperate = true;
     m_state->fileType = FILE_OPERATE_UPLOAD;
+    m_state->dropOwnRange();
     return 0;
 }
 
@@ -97,7 +125,11 @@ int HttpClient::setDownloadFile(std::string path, int mode, long offset) {
     m_state->fileParam = std::move(param);
     m_state->isFileOperate = true;
     m_state->fileType = FILE_OPERATE_DOWNLOAD;
-    addHeader("Range", "bytes=" + std::to_string(offset) + "-");
+    m_state->dropOwnRange();
+    std::string range = "bytes=" + std::to_string(offset) + "-";
+    if (m_state->header.emplace("Range", range).second) {
+        m_state->ownRange = std::move(range);
+    }
     return 0;
 }
 
@@ -111,6 +143,10 @@ int HttpClient::httpCancel() {
 
 int HttpClient::performSync(std::shared_ptr<QosParams> qos, long* httpCode) {
     syncCommonParams(std::move(qos));
+    if (holdsControlCharacter(m_state->url)) {
+        VLOX_LOG(3, "the url holds a control character");
+        return native::kInvalidArgument;
+    }
     m_state->lookUp();
     const int ret = httpPerform(httpCode);
     const ExchangeOutcome& outcome = m_state->outcome;
@@ -161,6 +197,9 @@ int HttpClient::httpPerformDownload(long* httpCode) {
     return m_state->runDownload(m_state->method == HTTP_METHOD_POST ? HTTP_METHOD_POST : HTTP_METHOD_GET,
                                 httpCode);
 }
+
+void HttpClient::setReplyLimit(__int64 bytes) { m_state->replyLimit = bytes; }
+const ExchangeOutcome& HttpClient::getOutcome() const { return m_state->outcome; }
 
 void HttpClient::setSecurityPolicy(SecurityPolicy policy) { m_state->tls.policy = policy; }
 void HttpClient::setCAPath(const std::string& path) { m_state->tls.caPath = path; }

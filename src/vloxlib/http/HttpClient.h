@@ -18,10 +18,12 @@ struct ClientState;
 ///
 /// Life: one of the create operations, then parameters, headers and security settings, then performSync(),
 /// then the reply's accessors. An object is made for one exchange; a failed exchange is reported and not
-/// tried again. Threads: one. Ownership: copies share libcurl's handle and header list with the original,
-/// which go with the last of them. Errors: 0 is success; -803 to -828 stand for libcurl's failures (-828 for
-/// a time-out), -199 for an HTTP status other than 200 and 302 without a "Redirect" header and for all other
-/// failures, -201 for a bad argument.
+/// tried again. Only http and https are spoken, over HTTP/1.1; redirects are followed, but never from https
+/// to http. Threads: one. Ownership: copies share libcurl's handle and header list with the original, which
+/// go with the last of them. Errors: 0 is success; -803 to -828 stand for libcurl's failures (-828 for a
+/// time-out), -199 for an HTTP status other than 200 and 302 without a "Redirect" header and for all other
+/// failures, -201 for a bad argument. A status of 201 or 204 is a failure, too, whose reply is dropped: who
+/// talks to servers that answer so looks at getOutcome(), where curlCode is 0 and status tells them apart.
 class VLOX_API HttpClient {
 public:
     using Fields = std::map<std::string, std::string>;
@@ -42,9 +44,10 @@ public:
     /// its first value. @return 0, or -201 for an empty key or value
     int addParam(std::string key, std::string value);
     /// @brief Adds a request header; one that is there keeps its first value.
-    /// @return 0, or -201 for an empty key or value
+    /// @return 0, or -201 for an empty key or value and for one with a line end
     int addHeader(std::string key, std::string value);
-    int setHeader(const Fields& headers);  ///< Replaces all request headers. @return 0
+    /// Replaces all request headers. @return 0, or -201 for one with a line end, and they stay as they were
+    int setHeader(const Fields& headers);
     Fields getHeader() const;
     Fields getParam() const;  ///< The fields, values escaped.
 
@@ -75,6 +78,10 @@ public:
     FileOperateType getFileType() const;
     bool isFileOperate() const;
     /// @}
+
+    /// @brief Bounds a reply that is held in memory: a longer one ends the exchange with -199.
+    /// @param bytes 64 MiB from the start; 0 or less for no bound
+    void setReplyLimit(__int64 bytes);
 
     /// @brief Runs the exchange on the calling thread.
     ///
@@ -111,6 +118,8 @@ public:
     void setVerifyHost(bool verify);
     /// @}
 
+    /// @brief What became of the last exchange, beyond its code. The same stands in the log after a failure.
+    const ExchangeOutcome& getOutcome() const;
     /// The reply's body up to its first NUL; empty after a failure.
     std::string& getResultData();
     void setResultData(std::string data);

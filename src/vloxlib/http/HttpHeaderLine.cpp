@@ -45,11 +45,18 @@ HeaderLine readHeaderLine(std::string_view line) {
     return {true, withoutTrailingBlanks(line.substr(0, colon)), value.empty() ? " " : value};
 }
 
-void insertHeaderLine(std::string_view line, std::map<std::string, std::string>& headers) {
+std::string* insertHeaderLine(std::string_view line, std::map<std::string, std::string>& headers) {
     const HeaderLine header = readHeaderLine(line);
-    if (header.valid && line.size() > kLineEnd) {
-        headers.emplace(header.name, header.value);
+    if (!header.valid || line.size() <= kLineEnd) {
+        return nullptr;
     }
+    const auto [place, inserted] = headers.emplace(header.name, header.value);
+    return inserted ? &place->second : nullptr;
+}
+
+std::string_view continuationOf(std::string_view line) {
+    const bool continues = !line.empty() && isBlank(line.front());
+    return continues ? withoutTrailingBlanks(upToLineEnd(withoutLeading(line, isBlank))) : std::string_view();
 }
 
 bool isSameName(std::string_view one, std::string_view other) {

@@ -17,7 +17,12 @@ struct HeaderLine {
 HeaderLine readHeaderLine(std::string_view line);
 
 /// @brief Takes one line of a reply's head into a map of headers; a name that is there keeps its first value.
-void insertHeaderLine(std::string_view line, std::map<std::string, std::string>& headers);
+/// @return the value that was inserted, or null
+std::string* insertHeaderLine(std::string_view line, std::map<std::string, std::string>& headers);
+
+/// @brief What a line adds to the value of the line before, blanks and line end cut; empty when it begins
+/// with no blank, and so stands for itself.
+std::string_view continuationOf(std::string_view line);
 
 /// @brief Whether two header names are the same, which their case doesn't decide.
 bool isSameName(std::string_view one, std::string_view other);

@@ -24,6 +24,7 @@ namespace vloxlib {
 namespace {
 
 constexpr int kDefaultTimeout = 15;
+constexpr int kDefaultReplyLimit = 64 << 20;  // bytes
 
 }  // namespace
 
@@ -221,6 +222,7 @@ int HttpHelper::httpRequestEncryptData(const Request& request, const std::string
     const std::string text = RapidJsonUtils::jsonToString(request.params);
     std::string encrypted = encryptedText(bridge.get(), text);
     HttpClient client;
+    client.setReplyLimit(m_configManager->getConfig(CONFIG_REPLY_LIMIT, kDefaultReplyLimit));
     secure(client, url);
     VLOX_LOG(1, "httpMode=%d,url=%s, param=%s", request.method, url.c_str(), text.c_str());
     creatHttpRequest(request.method, client, url);

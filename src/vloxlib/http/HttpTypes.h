@@ -43,14 +43,13 @@ struct QosParams {
 
 /// @brief What became of an exchange, in figures and words.
 struct ExchangeOutcome {
-    int curlCode = 0;      ///< libcurl's result, 0 when a whole reply came
-    std::string curlText;  ///< what libcurl says of a failure; empty without one
-    long verifyResult =
-        0;            ///< OpenSSL's verdict on the server's certificate: an X509_V_ value, 0 for a good one
-    long status = 0;  ///< HTTP status of the last reply; 0 without a reply
-    std::string address;  ///< the IP address that was connected to, or tried last; empty without one
-    bool isNewConnection =
-        false;  ///< false: a connection of an earlier exchange was used on, or there was none
+    int curlCode = 0;        ///< libcurl's result, 0 when a whole reply came
+    std::string curlText;    ///< what there is to say of a failure; empty without one
+    long verifyResult = 0;   ///< OpenSSL's verdict on the server's certificate, an X509_V_ value; 0: good
+    std::string verifyText;  ///< the verdict in OpenSSL's words; empty for a good one
+    long status = 0;         ///< HTTP status of the last reply; 0 without one
+    std::string address;     ///< the IP address that was connected to, or tried last; empty without one
+    bool isNewConnection = false;  ///< false: that of an earlier exchange was used on, or there was none
 };
 
 }  // namespace vloxlib

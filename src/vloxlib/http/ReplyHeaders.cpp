@@ -21,7 +21,7 @@ long statusOf(std::string_view line) {
 }  // namespace
 
 void ReplyHeaders::take(std::string_view line) {
-    insertHeaderLine(line, all);
+    takeIntoAll(line);
     if (line.substr(0, kStatusLine.size()) == kStatusLine) {
         m_last.clear();
         m_status = statusOf(line);
@@ -31,7 +31,23 @@ void ReplyHeaders::take(std::string_view line) {
     }
 }
 
+// A folded line with a colon counts as a header here, since it always has.
+void ReplyHeaders::takeIntoAll(std::string_view line) {
+    const std::string_view rest = continuationOf(line);
+    if (m_open && !rest.empty() && rest.find(':') == std::string_view::npos) {
+        m_open->append(1, ' ').append(rest);
+    } else {
+        m_open = insertHeaderLine(line, all);
+    }
+}
+
 void ReplyHeaders::takeIntoLast(std::string_view line) {
+    const std::string_view rest = continuationOf(line);
+    if (!m_last.empty() && !rest.empty()) {
+        m_last.back() = ' ';
+        m_last.append(rest).push_back('\n');
+        return;
+    }
     line = line.substr(0, line.find_last_not_of("\r\n") + 1);
     m_headEnded = line.empty();
     if (!m_headEnded) {

@@ -25,9 +25,11 @@ public:
     /// @}
 
 private:
+    void takeIntoAll(std::string_view line);
     void takeIntoLast(std::string_view line);
 
-    std::string m_last;  // a header a line, unfolded
+    std::string* m_open = nullptr;  // the value in `all` that a folded line would go on with
+    std::string m_last;             // a header a line, unfolded
     long m_status = 0;
     bool m_headEnded = false;
 };
