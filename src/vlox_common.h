@@ -60,6 +60,7 @@
 #include <vloxlib/http/HttpRequestShare.h>
 #include <vloxlib/http/HttpTypes.h>
 #include <vloxlib/http/LoginInfo.h>
+#include <vloxlib/http/OpenFile.h>
 #include <vloxlib/http/ServerAddrManager.h>
 #include <vloxlib/http/ServerInfo.h>
 #include <vloxlib/http/TransferData.h>
@@ -82,6 +83,7 @@
 #include <vloxlib/thread/Windows/WindowsMutex.h>
 #include <vloxlib/thread/Windows/WindowsThread.h>
 #include <vloxlib/utility/FileUtil.h>
+#include <vloxlib/utility/LoggedContent.h>
 #include <vloxlib/utility/RapidJsonUtils.h>
 #include <vloxlib/utility/StringUtils.h>
 #include <win32/VLOXBase.h>

@@ -23,6 +23,7 @@
 #include "vloxlib/http/RootCertificates.h"
 #include "vloxlib/http/ServiceEnvelope.h"
 #include "vloxlib/utility/FileUtil.h"
+#include "vloxlib/utility/LoggedContent.h"
 
 using namespace vloxlib;
 using testing::HasSubstr;
@@ -214,10 +215,33 @@ TEST_F(HttpHelperTest, ABottomlessReplyIsRefused) {
     EXPECT_EQ(-112, helper->handleHttpBody(std::string(1 << 20, '['), result, document));
 }
 
+TEST_F(HttpHelperTest, TheLogShowsShapesWhereItMayShowNoContent) {
+    for (const bool whole : {false, true}) {
+        setContentLogged(whole);
+        const LogCapture log;
+        rapidjson::Document document;
+        rapidjson::Value data;
+        ServerInfo zone;
+        resultOf(R"({"data":"secret"})");
+        resultOf("<secret>");
+        helper->parseHttpResultString("secret", document, data);
+        helper->parseHttpResultString(R"({"data":"secret","returnCode":0})", document, data);
+        HttpHelper::generateEncryptBridge(SYM_NONE, R"({"key":"secret"})", zone);
+        EXPECT_EQ("", post("http://unused.invalid/", R"({"secret")"));
+        EXPECT_EQ(whole ? 6 : 0, log.count("secret"));
+        EXPECT_EQ(whole ? 0 : 1, log.count("W", "no code. methodName=doSyncHttpRequest, body=17 bytes data"));
+    }
+}
+
 TEST_F(HttpHelperTest, BadTransfersAreTold) {
     const LogCapture log;
+    ExchangeOutcome outcome;
     EXPECT_EQ(R"({"returnCode":-199})",
-              post(RawHttpServer(RawHttpServer::reply("503 Busy", "", R"({"code":"0"})")).url()));
+              helper->doSyncHttpRequest(
+                  HTTP_METHOD_POST, HTTP_BUSINESS_AS,
+                  RawHttpServer(RawHttpServer::reply("503 Busy", "", R"({"code":"0"})")).url(), {}, "{}", 15,
+                  outcome));
+    EXPECT_EQ(503, outcome.status);
     EXPECT_EQ(R"({"returnCode":-199})",
               post(RawHttpServer(std::string("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n{")).url()));
     EXPECT_EQ(R"({"returnCode":-806})", post("http://no-such-host.invalid/"));

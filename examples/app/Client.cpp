@@ -3,6 +3,7 @@
 #include <common/Json.h>
 #include <vloxlib/dnscache/DNSCache.h>
 #include <vloxlib/http/HttpTypes.h>
+#include <vloxlib/utility/LoggedContent.h>
 #include <win32/vloxCommonlib.h>
 
 #include <stdexcept>
@@ -43,6 +44,7 @@ Client::Client(const Options& options, const std::string& platform,
     }
     // A service stays in reach while one of its machines lives.
     vloxlib::DNSCache::getInstance()->useAllAddresses(true);
+    vloxlib::setContentLogged(false);  // a log goes to support, what users write doesn't
     m_id = createVloxClient("vlox-messenger", "demo");
     configure(platform, options);
     m_module = makeModule();

@@ -10,6 +10,7 @@
 
 #include "vloxlib/ConfigManager.h"
 #include "vloxlib/http/HttpHelper.h"
+#include "vloxlib/http/ServiceUrl.h"
 #include "vloxlib/log/vloxLog.h"
 #include "vloxlib/thread/CallbackLock.h"
 #include "vloxlib/thread/Windows/WindowsMutex.h"
@@ -262,9 +263,7 @@ UserInfo VLOXBase::getUserInfo(__int64 clientId) {
 std::string VLOXBase::getUrl(__int64 clientId, _ConfigKey hostKey, _ConfigKey portKey,
                              const std::string& path) {
     const auto config = ConfigManager::getInstance(getUserInfo(clientId).getVloxID());
-    const std::string scheme = config->getConfig(CONFIG_WEB_REQUEST_MODE, 0) == 0 ? "http://" : "https://";
-    const std::string prefix = config->getConfig(CONFIG_URL_SERVICE_PREFIX, 1) == 0 ? "/" : "/vlox/";
-    return scheme + config->getConfig(hostKey, "") + ":" + config->getConfig(portKey, "") + prefix + path;
+    return serviceUrl(*config, config->getConfig(hostKey, ""), config->getConfig(portKey, ""), path);
 }
 
 std::string VLOXBase::doSyncHttpRequest(__int64 clientId, HTTPMethod method, HTTPBusinessType businessType,

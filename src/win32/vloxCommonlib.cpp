@@ -13,6 +13,7 @@
 #include "vloxlib/log/vloxLog.h"
 #include "vloxlib/thread/Windows/WindowsMutex.h"
 #include "vloxlib/thread/Windows/WindowsThread.h"
+#include "vloxlib/utility/LoggedContent.h"
 #include "vloxlib/utility/RapidJsonUtils.h"
 #include "win32/Identity.h"
 #include "win32/VLOXBase.h"
@@ -216,7 +217,7 @@ int getDataStrFromResultStr(const std::string& resultStr, std::string& data) {
         return returnCode;
     }
     if (!RapidJsonUtils::getMemberString(result, "data", data)) {
-        VLOX_LOG(4, "httpReqest result is empty, resultStr=%s", resultStr.c_str());
+        VLOX_LOG(4, "httpReqest result is empty, resultStr=%s", vloxlib::loggedContent(resultStr).c_str());
     }
     return 0;
 }

@@ -1,5 +1,6 @@
 #include "vloxlib/database/FilePayload.h"
 
+#include "vloxlib/utility/JsonText.h"
 #include "vloxlib/utility/RapidJsonUtils.h"
 
 namespace vloxlib {
@@ -33,18 +34,13 @@ const TypeMapping* findMapping(int oldType) {
     return nullptr;
 }
 
-void addText(rapidjson::Document& document, const char* name, const std::string& text) {
-    auto& memory = document.GetAllocator();
-    const auto size = static_cast<rapidjson::SizeType>(text.size());
-    document.AddMember(rapidjson::StringRef(name), JsonValue(text.data(), size, memory), memory);
-}
-
 std::string cloudDiskInfo(const rapidjson::Document& data) {
     rapidjson::Document info(rapidjson::kObjectType);
     for (const char* name : {"contentType", "diskId", "parentFolderNodeId"}) {
         const auto member = data.FindMember(name);
         if (member != data.MemberEnd() && member->value.IsString()) {
-            addText(info, name, std::string(member->value.GetString(), member->value.GetStringLength()));
+            addText(info, name, std::string(member->value.GetString(), member->value.GetStringLength()),
+                    info);
         }
     }
     return RapidJsonUtils::jsonToString(info);
@@ -70,14 +66,14 @@ bool convertFilePayload(FileRow row, std::string& payload) {
         return true;
     }
     if (row == FileRow::TASK && type == kOldCloudDiskUpload) {
-        addText(data, "extraInfo", cloudDiskInfo(data));
+        addText(data, "extraInfo", cloudDiskInfo(data), data);
     }
-    addText(data, "tag", mapping->tag);
+    addText(data, "tag", mapping->tag, data);
 
     rapidjson::Document converted(rapidjson::kObjectType);
     converted.AddMember(rapidjson::StringRef(kTypeKey), mapping->newType, converted.GetAllocator());
     addText(converted, row == FileRow::TASK ? kRequestDataKey : kResultDataKey,
-            RapidJsonUtils::jsonToString(data));
+            RapidJsonUtils::jsonToString(data), converted);
     payload = RapidJsonUtils::jsonToString(converted);
     return true;
 }

@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "vloxlib/log/vloxLog.h"
+#include "vloxlib/utility/JsonText.h"
+#include "vloxlib/utility/LoggedContent.h"
 #include "vloxlib/utility/RapidJsonUtils.h"
 
 namespace vloxlib {
@@ -12,13 +14,6 @@ namespace {
 
 // The received type that the application knows as 1; all others are 0 to it.
 constexpr int kMarkedMessageType = 775;
-
-void addText(rapidjson::Value& object, const char* name, const std::string& text,
-             rapidjson::Document& document) {
-    auto& memory = document.GetAllocator();
-    const auto size = static_cast<rapidjson::SizeType>(text.size());
-    object.AddMember(rapidjson::StringRef(name), rapidjson::Value(text.data(), size, memory), memory);
-}
 
 }  // namespace
 
@@ -79,7 +74,7 @@ GroupMsgInfo::GroupMsgInfo(std::string messageId, std::string groupVersion, int 
 
 rapidjson::Value LocalMessage::toJson(rapidjson::Document& document) const {
     if (!RapidJsonUtils::parse(m_content, document)) {
-        VLOX_LOG(4, "toJson parse Error: %s", m_content.c_str());
+        VLOX_LOG(4, "toJson parse Error: %s", loggedContent(m_content).c_str());
         return rapidjson::Value();
     }
     if (!document.IsObject()) {

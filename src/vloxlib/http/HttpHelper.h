@@ -13,15 +13,15 @@
 #include <vloxlib/utility/RapidJsonUtils.h>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace vloxlib {
 
 class ConfigManager;
 class EncryptBridge;
-class HttpClient;
-class ServerAddrManager;
+class LoginToken;
+struct KnownAddresses;
+struct ServiceAttempt;
 template <typename T>
 class InstancesHolder;
 
@@ -78,6 +78,10 @@ public:
     std::string doSyncHttpRequest(HTTPMethod method, HTTPBusinessType businessType, const std::string& url,
                                   const HeadParams& headParams, const std::string& paramsJsonStr,
                                   int timeout);
+    /// @param outcome receives what became of the last exchange that was made
+    std::string doSyncHttpRequest(HTTPMethod method, HTTPBusinessType businessType, const std::string& url,
+                                  const HeadParams& headParams, const std::string& paramsJsonStr, int timeout,
+                                  ExchangeOutcome& outcome);
     /// @}
 
     /// @brief Reads a result text.
@@ -129,33 +133,20 @@ public:
 private:
     static InstancesHolder<HttpHelper>& s_instanceHolder;  // never destroyed
 
-    static int creatHttpRequest(HTTPMethod method, HttpClient& client, const std::string& url);
-
-    bool replaceServerAddress(HTTPBusinessType businessType, std::string& url);
-
-    /// One attempt or several at the same thing: what stays the same, and the result that they add to.
-    struct Request;
-    int httpRequestEncryptData(const Request& request, const std::string& url,
-                               const std::shared_ptr<EncryptBridge>& bridge, int asymType);
+    struct Call;  // what a caller asks for
+    std::string requestWithText(const Call& call, const std::string& paramsJsonStr);
     // Adds the token to the parameters, which live in the document.
-    std::string requestWithToken(HTTPMethod method, HTTPBusinessType businessType, const std::string& url,
-                                 const HeadParams& headParams, int timeout, JsonValue& params,
-                                 rapidjson::Document& document);
-    int requestOwnZone(const Request& request, const std::string& url);
-    void requestOtherZone(const Request& request, const std::string& base);
-    std::shared_ptr<EncryptBridge> bridgeToOtherZone(const JsonValue& result, ServerInfo& serverInfo) const;
-    void secure(HttpClient& client, const std::string& url) const;
+    std::string requestWithToken(const Call& call, JsonValue& params, rapidjson::Document& document);
+    int requestOwnZone(const ServiceAttempt& attempt, const std::string& url);
+    void requestOtherZone(const ServiceAttempt& attempt, const std::string& base);
     int loadCaCertificateContent();  // exported for who knows it by its name; nothing here calls it
     std::string configText(_ConfigKey key) const;
 
     const std::shared_ptr<ConfigManager> m_configManager;
     const std::shared_ptr<EncryptBridge> m_encrypt;
-    const std::shared_ptr<ServerAddrManager> m_serverAddrManager;
+    const std::shared_ptr<KnownAddresses> m_knownAddresses;  // only kept
     const UserInfo m_userInfo;
-    std::mutex m_loginMutex;
-    LoginInfo m_loginInfo;    // guarded by m_loginMutex
-    std::string m_signature;  // guarded by m_loginMutex: what m_token was built from
-    std::string m_token;      // guarded by m_loginMutex
+    const std::unique_ptr<LoginToken> m_token;
 };
 
 }  // namespace vloxlib

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "vloxlib/ServiceVocabulary.h"
 #include "vloxlib/encrypt/EncryptBridge.h"
 #include "vloxlib/log/vloxLog.h"
+#include "vloxlib/utility/LoggedContent.h"
 #include "vloxlib/utility/RapidJsonUtils.h"
 
 namespace vloxlib {
@@ -29,7 +31,7 @@ std::shared_ptr<EncryptBridge> bridgeToZone(SYM_ENCRYPT_TYPE symType, const std:
         !RapidJsonUtils::getMemberString(zone, "otherZonePublicKey", publicKey) ||
         !RapidJsonUtils::getMemberString(zone, "otherZoneIbcPubParam", parameters) ||
         !RapidJsonUtils::getMemberInt(zone, "otherZoneAsymmetricCryptoType", asymType)) {
-        VLOX_LOG(4, "json parse error, encryptInfo=%s", zoneText.c_str());
+        VLOX_LOG(4, "json parse error, encryptInfo=%s", loggedContent(zoneText).c_str());
         return nullptr;
     }
     serverInfo.asymEncryptType = static_cast<ASYM_ENCRYPT_TYPE>(asymType);
@@ -37,6 +39,23 @@ std::shared_ptr<EncryptBridge> bridgeToZone(SYM_ENCRYPT_TYPE symType, const std:
     RapidJsonUtils::getMemberString(zone, "otherZoneHttpPublicAddress", serverInfo.httpAddress);
     RapidJsonUtils::getMemberString(zone, "otherZoneHttpsPublicAddress", serverInfo.httpAddress);
     return std::make_shared<EncryptBridge>(symType, serverInfo.asymEncryptType, publicKey, parameters);
+}
+
+std::shared_ptr<EncryptBridge> bridgeToNamedZone(const JsonValue& result, SYM_ENCRYPT_TYPE symType,
+                                                 ServerInfo& serverInfo) {
+    std::string zone;
+    if (!RapidJsonUtils::getMemberString(result, PARA_DATA, zone)) {
+        VLOX_LOG(4, "json error");
+        return nullptr;
+    }
+    auto bridge = bridgeToZone(symType, zone, serverInfo);
+    if (!bridge) {
+        VLOX_LOG(4, "encryptBridge is null");
+    } else if (bridge->getSecretKeyBase64().empty()) {
+        VLOX_LOG(4, "no session key for the other zone");
+        bridge.reset();
+    }
+    return bridge;
 }
 
 std::string urlInZone(const std::string& url, const ServerInfo& serverInfo, bool preferHttps) {

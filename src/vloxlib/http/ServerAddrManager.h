@@ -7,16 +7,14 @@
 #include <vloxlib/Export.h>
 #include <vloxlib/Noncopyable.h>
 #include <vloxlib/UserInfo.h>
-#include <vloxlib/thread/Windows/WindowsCondition.h>
-#include <vloxlib/thread/Windows/WindowsMutex.h>
 #include <vloxlib/utility/RapidJsonUtils.h>
-#include <atomic>
 #include <memory>
 #include <string>
 
 namespace vloxlib {
 
 class ConfigManager;
+struct KnownAddresses;
 template <typename T>
 class InstancesHolder;
 
@@ -63,14 +61,11 @@ private:
     int queryServerAddress(const std::string& host, const std::string& port, rapidjson::Document& document,
                            JsonValue& result);
     void setConfigForServerAddress(const JsonValue& services);
-    bool replaceServerHost(_ConfigKey key, std::string& host);
     std::string configText(_ConfigKey key) const;
 
     const UserInfo m_userInfo;
     const std::shared_ptr<ConfigManager> m_configManager;
-    std::atomic<bool> m_serverAddrExist{false};  // written under m_mutex
-    WindowsMutex m_mutex;                        // held for a whole query
-    WindowsCondition m_condition;
+    const std::shared_ptr<KnownAddresses> m_known;
 };
 
 }  // namespace vloxlib

@@ -8,6 +8,8 @@
 #include "vloxlib/encrypt/Base64.h"
 #include "vloxlib/encrypt/EncryptBridge.h"
 #include "vloxlib/log/vloxLog.h"
+#include "vloxlib/utility/JsonText.h"
+#include "vloxlib/utility/LoggedContent.h"
 
 namespace vloxlib {
 
@@ -28,11 +30,6 @@ std::string decrypted(const JsonValue& data, EncryptBridge* bridge) {
 }
 
 }  // namespace
-
-void addText(JsonValue& object, const char* name, const std::string& text, rapidjson::Document& document) {
-    JsonValue value(text.data(), static_cast<rapidjson::SizeType>(text.size()), document.GetAllocator());
-    object.AddMember(rapidjson::StringRef(name), value, document.GetAllocator());
-}
 
 QosParams serviceLimits(int timeout) {
     QosParams limits;
@@ -89,12 +86,13 @@ int readServiceReply(const char* methodName, int exchangeCode, const std::string
     ScratchDocument scratch;
     rapidjson::Document& envelope = scratch.json;
     if (!RapidJsonUtils::parse(body, envelope)) {
-        VLOX_LOG(3, "http body json parse error. methodName=%s, body=%s", methodName, body.c_str());
+        VLOX_LOG(3, "http body json parse error. methodName=%s, body=%s", methodName,
+                 loggedContent(body).c_str());
         return appendResult(native::kNoJson, body, result, document);
     }
     std::string codeText;
     if (!RapidJsonUtils::getMemberString(envelope, PARA_CODE, codeText)) {
-        VLOX_LOG(3, "http body no code. methodName=%s, body=%s", methodName, body.c_str());
+        VLOX_LOG(3, "http body no code. methodName=%s, body=%s", methodName, loggedContent(body).c_str());
         return appendResult(native::kNoCode, body, result, document);
     }
     const int code = convertInternalErrorCode(codeText);
@@ -131,7 +129,7 @@ int appendResult(int code, const std::string& data, JsonValue& result, rapidjson
 
 int readServiceResult(const std::string& text, rapidjson::Document& document, JsonValue& data) {
     if (!RapidJsonUtils::parse(text, document)) {
-        VLOX_LOG(3, "json parse fail, resultStr:%s", text.c_str());
+        VLOX_LOG(3, "json parse fail, resultStr:%s", loggedContent(text).c_str());
         return native::kNoJson;
     }
     int returnCode = 0;
@@ -142,7 +140,7 @@ int readServiceResult(const std::string& text, rapidjson::Document& document, Js
     if (const JsonValue* const member = dataOf(document)) {
         const std::string dataStr(member->GetString(), member->GetStringLength());
         if (!RapidJsonUtils::parse(dataStr, document)) {
-            VLOX_LOG(3, "json parse fail, dataStr:%s", dataStr.c_str());
+            VLOX_LOG(3, "json parse fail, dataStr:%s", loggedContent(dataStr).c_str());
             return native::kNoJson;
         }
         data.CopyFrom(document, document.GetAllocator());

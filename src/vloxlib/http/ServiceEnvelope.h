@@ -22,9 +22,6 @@ struct ScratchDocument {
     rapidjson::Document json{&pool};
 };
 
-/// @brief Appends a text to an object. @param name a literal, which isn't copied
-void addText(JsonValue& object, const char* name, const std::string& text, rapidjson::Document& document);
-
 /// @brief The time limits of a service request that may take that many seconds: connecting has a cap.
 QosParams serviceLimits(int timeout);
 
