@@ -4,7 +4,6 @@
 #include <curl/curl.h>
 
 #include <algorithm>
-#include <mutex>
 
 #include "platform/InetAddress.h"
 #include "vloxlib/dnscache/Tools.h"
@@ -15,35 +14,6 @@
 namespace vloxlib {
 
 namespace {
-
-// Takes URLs apart and keeps the last one: a module sends to the same service over and over.
-class Targets {
-public:
-    static Targets& instance() {
-        static auto* const targets = new Targets;  // requests may still run at the process's end
-        return *targets;
-    }
-    HOSTPORT of(const std::string& url) {
-        {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            if (!url.empty() && url == m_url) {
-                return m_target;
-            }
-        }
-        HOSTPORT target = Tools::getHOSTPORT(url);
-        if (!target.host.empty()) {  // what is no URL is told each time
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            m_url = url;
-            m_target = target;
-        }
-        return target;
-    }
-
-private:
-    std::mutex m_mutex;
-    std::string m_url;
-    HOSTPORT m_target;
-};
 
 std::string schemeOf(const std::string& url) { return url.substr(0, url.find("://")); }
 
@@ -79,7 +49,7 @@ std::vector<std::string> failedOnes(const std::vector<std::string>& tried, const
 }  // namespace
 
 PinnedHost pinnedHostOf(const std::string& url, const ResolvePatience& patience) {
-    HOSTPORT target = Targets::instance().of(url);
+    HOSTPORT target = Tools::getHOSTPORT(url);
     if (platform::isInetAddress(target.host) || !proxyFor(schemeOf(url), target.host).empty()) {
         return {};
     }
