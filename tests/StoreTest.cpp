@@ -276,6 +276,14 @@ TEST_F(StoreTest, FileInTheWrongShapeFailsWhereItIsPrepared) {
     EXPECT_THAT(tasks, IsEmpty());
 }
 
+TEST_F(StoreTest, LogShrinksAgainAfterABurst) {
+    addTask("burst", 8, 1, QoS::qosOnlyOnce(15), std::string(20 << 20, 'p'));
+    EXPECT_LT(20U << 20, std::filesystem::file_size(file() + "-wal"));
+    addTask("next");
+    addTask("next but one");
+    EXPECT_GE(4U << 20, std::filesystem::file_size(file() + "-wal"));
+}
+
 // ---- tasks
 
 TEST_F(StoreTest, TaskComesBackAsItWasStored) {

@@ -34,7 +34,7 @@ void killOften(long kills, long operations) {
 
 TEST(Crash, LosesNothingThatWasStored) { killOften<StoreCrash>(40, 400); }
 
-TEST(Crash, GivesAStoreToOneOfTwoThatOpenItAtOnce) { killOften<StoreDuel>(30, 14); }
+TEST(Crash, GivesAStoreToOneOfTwoThatOpenItAtOnce) { killOften<StoreDuel>(20, 9); }
 
 TEST(Crash, LosesNoLineThatReachedTheLog) { killOften<LogCrash>(20, 100); }
 

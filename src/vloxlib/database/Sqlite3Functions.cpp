@@ -80,13 +80,15 @@ void Sqlite3Functions::openFile(const char* path) {
     }
 }
 
-// The exclusive mode takes its lock with the first write only, which may be long after the start: the empty
-// transaction takes it now.
+// The log shrinks to its limit with the next commit after a checkpoint; without one it stays as large as the
+// largest burst made it. The exclusive mode takes its lock with the first write only, which may be long after
+// the start: the empty transaction takes it now.
 void Sqlite3Functions::lockFile() {
     sqlite3_busy_timeout(m_connection->handle(), kOpenMilliseconds);
     int rc = SQLITE_OK;
-    for (const char* sql : {"PRAGMA synchronous = FULL; ", "PRAGMA journal_mode = WAL; ",
-                            "PRAGMA locking_mode = EXCLUSIVE; ", "BEGIN EXCLUSIVE; COMMIT;"}) {
+    for (const char* sql :
+         {"PRAGMA synchronous = FULL; ", "PRAGMA journal_mode = WAL; ", "PRAGMA locking_mode = EXCLUSIVE; ",
+          "PRAGMA journal_size_limit = 4194304; ", "BEGIN EXCLUSIVE; COMMIT;"}) {
         rc = sqlite3_exec(m_connection->handle(), sql, nullptr, nullptr, nullptr);
     }
     if (rc == SQLITE_BUSY) {

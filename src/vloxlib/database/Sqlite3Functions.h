@@ -300,8 +300,10 @@ private:
     void setTaskFromStmt(BaseTask& task, sqlite3_stmt* statement);
     void setResultFromStmt(BaseResult& result, sqlite3_stmt* statement);
     int readTasks(Statement& statement, std::vector<BaseTask>& tasks);
+    int readWaiting(int typeMask, TaskStatus status, int limit, std::vector<BaseTask>& tasks);
     bool isCounted(Statement& statement, bool whenUnprepared);
     int addBatchResults(int target, const std::vector<BaseResult>& results);
+    int getSweptTask(BaseTask& task, const std::string& id, const std::string& data);
     int addSweptResult(const BaseTask& task, int returnCode, const std::string& data);
     int moveSelected(const char* method, const char* insertSql, const char* deleteSql, int returnCode,
                      int& count);

@@ -4,6 +4,8 @@
 #include "vloxlib/log/vloxLog.h"
 
 #define RESULT_COLUMNS "result_id,type,result_data,return_code,status,complete_time"
+#define INSERT_RESULT \
+    "INSERT INTO table_result (result_id,type,result_data,return_code,status) VALUES (?,?,?,?,?);"
 
 namespace vloxlib {
 
@@ -16,20 +18,28 @@ void Sqlite3Functions::setResultFromStmt(BaseResult& result, sqlite3_stmt* state
     result.m_completeTime = sqlite3_column_int64(statement, 5);
 }
 
+// Nothing here copies a payload: it may be large.
 int Sqlite3Functions::addResult(const std::string& id, ResultType type, const std::string& data,
                                 int returnCode, ResultStatus status, bool inTransaction) {
-    return addResult(BaseResult(id, type, data, returnCode, status), inTransaction);
+    Sqlite3Guard lock(m_lock);
+    Statement statement(*m_connection, "addResult", INSERT_RESULT);
+    if (statement.prepared() != SQLITE_OK) {
+        return statement.prepared();
+    }
+    Transaction transaction(*m_connection, !inTransaction);
+    statement.bind(id, type, data, returnCode, status);
+    const int rc = statement.run();
+    return rc != SQLITE_OK ? rc : transaction.commitAndReportSuccess();
 }
 
 int Sqlite3Functions::addResult(const BaseResult& result, bool inTransaction) {
-    return addResult(std::vector<BaseResult>{result}, inTransaction);
+    return addResult(result.m_resultId, result.m_type, result.m_data, result.m_returnCode, result.m_status,
+                     inTransaction);
 }
 
 int Sqlite3Functions::addResult(const std::vector<BaseResult>& results, bool inTransaction) {
     Sqlite3Guard lock(m_lock);
-    Statement statement(*m_connection, "addResult",
-                        "INSERT INTO table_result (result_id,type,result_data,return_code,status) "
-                        "VALUES (?,?,?,?,?);");
+    Statement statement(*m_connection, "addResult", INSERT_RESULT);
     if (statement.prepared() != SQLITE_OK) {
         return statement.prepared();
     }
@@ -126,7 +136,7 @@ int Sqlite3Functions::sweepTask(const std::string& id, int returnCode) {
 
 int Sqlite3Functions::sweepTask(const std::string& id, int returnCode, const std::string& data) {
     BaseTask task;
-    if (const int rc = getTask(task, id); rc != SQLITE_OK) {
+    if (const int rc = getSweptTask(task, id, data); rc != SQLITE_OK) {
         VLOX_LOG(3, "getTask. rc=%d", rc);
         return rc;
     }
@@ -141,6 +151,21 @@ int Sqlite3Functions::sweepTask(const std::string& id, int returnCode, const std
         return rc;
     }
     return transaction.commitAndReportSuccess();
+}
+
+// The task's payload is read only where it becomes the result's.
+int Sqlite3Functions::getSweptTask(BaseTask& task, const std::string& id, const std::string& data) {
+    if (data.empty()) {
+        return getTask(task, id);
+    }
+    Sqlite3Guard lock(m_lock);
+    Statement statement(*m_connection, "getTask", "SELECT task_id,type FROM table_task WHERE task_id=?;",
+                        id.c_str());
+    statement.bind(id);
+    return statement.fetchOne([&](sqlite3_stmt* row) {
+        readText(row, 0, task.m_taskId);
+        task.m_type = static_cast<TaskType>(sqlite3_column_int(row, 1));
+    });
 }
 
 int Sqlite3Functions::addSweptResult(const BaseTask& task, int returnCode, const std::string& data) {
@@ -169,7 +194,7 @@ int Sqlite3Functions::sweepFileTask(const std::string& id, int returnCode, bool 
 int Sqlite3Functions::sweepFileTask(const std::string& id, int returnCode, const std::string& data,
                                     bool removeTask) {
     BaseTask task;
-    if (const int rc = getTask(task, id); rc != SQLITE_OK) {
+    if (const int rc = getSweptTask(task, id, data); rc != SQLITE_OK) {
         VLOX_LOG(3, "getTask empty. rc=%d", rc);
         return rc;
     }

@@ -78,19 +78,33 @@ int Sqlite3Functions::addFileTaskInfo(const std::string& id, const std::string& 
     return statement.run();
 }
 
+// First the order, then the rows, so that no payload is sorted along.
+int Sqlite3Functions::readWaiting(int typeMask, TaskStatus status, int limit, std::vector<BaseTask>& tasks) {
+    std::vector<int64> rows;
+    Statement order(*m_connection, "getTask",
+                    "SELECT id FROM table_task WHERE type&?!=0 and status=? "
+                    "ORDER BY priority ASC,id ASC LIMIT ?;");
+    order.bind(typeMask, status, limit);
+    if (const int rc =
+            order.fetchAll([&](sqlite3_stmt* row) { rows.push_back(sqlite3_column_int64(row, 0)); });
+        rc != SQLITE_OK) {
+        return rc;
+    }
+    for (const int64 row : rows) {
+        Statement statement(*m_connection, "getTask", "SELECT " TASK_COLUMNS " FROM table_task WHERE id=?;");
+        statement.bind(row);
+        if (const int rc = readTasks(statement, tasks); rc != SQLITE_OK) {
+            return rc;
+        }
+    }
+    return SQLITE_OK;
+}
+
 int Sqlite3Functions::getTask(std::vector<BaseTask>& tasks, int typeMask, TaskStatus status, int limit) {
     Sqlite3Guard lock(m_lock);
     tasks.clear();
-    {
-        Statement statement(*m_connection, "getTask",
-                            "SELECT " TASK_COLUMNS
-                            " FROM table_task WHERE type&?!=0 and status=? "
-                            "ORDER BY priority ASC,id ASC LIMIT ?;");
-        statement.bind(typeMask, status, limit);
-        const int rc = readTasks(statement, tasks);
-        if (rc != SQLITE_OK) {
-            return rc;
-        }
+    if (const int rc = readWaiting(typeMask, status, limit, tasks); rc != SQLITE_OK) {
+        return rc;
     }
     if ((typeMask & kUnmarkedKinds) != 0) {
         return SQLITE_DONE;
@@ -110,7 +124,7 @@ int Sqlite3Functions::getTask(BaseTask& task, int typeMask, TaskStatus status) {
     std::vector<BaseTask> tasks;
     const int rc = getTask(tasks, typeMask, status, 1);
     if (!tasks.empty()) {
-        task = tasks.front();
+        task = std::move(tasks.front());
     }
     return rc;
 }
