@@ -256,4 +256,15 @@ TEST(Timer, GoesAwayThoughItNeverRan) {
     stopped.setNextBeat(5);
     stopped.yiled();
     EXPECT_TRUE(stopped.start()) << "a stop that came first ends the thread before its first run";
+
+    std::promise<void> ran;
+    Timer kicked(
+        [&] {
+            ran.set_value();
+            return true;
+        },
+        nullptr, 0, true);
+    kicked.yiled();
+    EXPECT_TRUE(kicked.exec(true));
+    EXPECT_EQ(std::future_status::ready, ran.get_future().wait_for(std::chrono::seconds(60)));
 }

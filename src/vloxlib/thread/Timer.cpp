@@ -54,6 +54,7 @@ bool Timer::launch(bool kick) {
         return true;
     }
     m_thread->join();  // one that has decided to end has only its last steps left, without the mutex
+    m_stop = m_stop && !kick;
     m_working = m_thread->start();
     return m_working;
 }
