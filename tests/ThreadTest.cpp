@@ -72,7 +72,7 @@ TEST(WindowsThread, RunsAgainAsSoonAsItCountsAsEnded) {
     };
     Counter counter;
     WindowsThread thread(&counter);
-    for (int run = 1; run <= 1000; ++run) {
+    for (int run = 1; run <= 100; ++run) {
         ASSERT_TRUE(thread.start());
         while (thread.getThreadStat() != THREAD_STAT_ENDED) {
             std::this_thread::yield();

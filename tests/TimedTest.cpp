@@ -152,10 +152,14 @@ TEST(TimerQueue, WaitsLongerThanThirtyTwoBitsOfMillisecondsCount) {
 }
 
 TEST(TimeoutTaskSweeper, EndsWheneverItIsStopped) {
-    for (int round = 0; round < 1000; ++round) {
+    for (int round = 0; round < 200; ++round) {
         TimeoutTaskSweeper sweeper;
+        std::atomic<bool> fired{false};
+        sweeper.addTask(std::make_shared<TaskItem>("past", 0, [&](const std::string&) { fired = true; }));
         sweeper.start();
-        for (std::atomic<int> spin{round * 20}; spin > 0; --spin) {
+        while (!fired) {
+        }
+        for (std::atomic<int> spin{round}; spin > 0; --spin) {  // as long as it takes to go back to waiting
         }
         sweeper.stop();
         sweeper.join();

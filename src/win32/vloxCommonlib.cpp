@@ -11,6 +11,8 @@
 #include "vloxlib/ConfigManager.h"
 #include "vloxlib/Context.h"
 #include "vloxlib/log/vloxLog.h"
+#include "vloxlib/network/NetworkMonitor.h"
+#include "vloxlib/thread/CallbackLock.h"
 #include "vloxlib/thread/Windows/WindowsMutex.h"
 #include "vloxlib/thread/Windows/WindowsThread.h"
 #include "vloxlib/utility/LoggedContent.h"
@@ -91,6 +93,14 @@ Start& start() {
     return only;
 }
 
+// What else is made at its first use. In the child of a fork that comes in the midst of that it would be half
+// made for ever.
+void makeSingletons() {
+    CallbackLock::modules();
+    NetworkMonitor::getInstance();
+    VLOXBase::clientExist(0);
+}
+
 // Null for an unknown client.
 std::shared_ptr<ConfigManager> configOf(__int64 clientId) {
     if (!VLOXBase::clientExist(clientId)) {
@@ -114,6 +124,7 @@ int initialize(SdkLogParam logParam, const char* dataDir, int deviceType) {
         startLogging(logParam);
         start().loggingStarted = true;
     }
+    makeSingletons();
     fillContext(dataDir, deviceType);
     VLOX_LOG(2, "SDK for windows , version :%s", kVersion);
     start().watchNetwork();

@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/DataDir.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
 #include "support/UserSettings.h"
@@ -117,6 +118,7 @@ TEST(Process, AForkedChildStartsTheLibraryAgain) {
 }
 
 TEST(Process, AccountsThatComeAndGoLeaveNothing) {
+    const vlox_test::DataDir dataDir;
     const auto comeAndGo = [](int from) {
         for (int number = from; number < from + 10000; ++number) {
             const std::string account = "account " + std::to_string(number);
