@@ -11,7 +11,7 @@
 
 namespace vloxlib::quil {
 
-// Servers of the own zone and of others, by far; a key and its tables take less than 20 KB.
+// More than the servers of the own zone and of others; a key and its tables take 45 KB at most.
 constexpr std::size_t kKeptKeys = 32;
 
 // What is kept is what everybody may know: points, and tables that follow from them. Beyond the bound, the

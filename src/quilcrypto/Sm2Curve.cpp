@@ -12,9 +12,8 @@ constexpr AffinePoint kGenerator{Fp::fromInteger(sm9::Word256{0x715a4589334c74c7
 }  // namespace
 
 const PointTable& tableOfGenerator() {
-    static constexpr auto teeth =
-        sm9::combTeeth(Point::from(kGenerator));  // in two steps: compilers bound each
-    static constexpr PointTable table(teeth);
+    static constexpr auto points = PointTable::pointsOf(Point::from(kGenerator));
+    static constexpr PointTable table(points);
     return table;
 }
 

@@ -115,22 +115,27 @@ private:
 /// @brief A scalar k mod n as sum of s_i 2^i with s_i = 1 or -1, read as a comb, for what is multiplied
 /// often.
 ///
-/// The 260 signs are read in columns of five, 52 places apart. Column 13 b + c is worth 2^c times a sum of
-/// the five points 2^(52 t + 13 b) P with their signs, t in 0..4. Such sums stand in four tables (b), each of
-/// 16 entries: those in which the highest point has a plus. So 13 rounds of a doubling and four additions do.
+/// The 260 signs are read in columns of five, 52 places apart. With four tables of thirteen rounds, column 13
+/// b + c is worth 2^c times a sum of the five points 2^(52 t + 13 b) P with their signs, t in 0..4. Such sums
+/// stand in table b, 16 of them: those in which the highest point has a plus. So 13 rounds of a doubling and
+/// four additions do; with more tables the rounds are fewer.
+template <std::size_t Tables>
 class CombDigits {
 public:
     static constexpr std::size_t kTeeth = 5;
-    static constexpr std::size_t kTables = 4;
-    static constexpr std::size_t kRounds = 13;
+    static constexpr std::size_t kTables = Tables;
+    static constexpr std::size_t kRounds = 52 / Tables;
     static constexpr std::size_t kTableSize = std::size_t{1} << (kTeeth - 1);
     static constexpr std::size_t kEntries = kTables * kTableSize;
+    static constexpr std::size_t kPoints =
+        kTeeth * kTables;  ///< 2^(kRounds i) P, which the entries are sums of
+    static_assert(kRounds * kTables == 52, "all columns are to be read");
 
     CombDigits(const Word256& k, const Modulus& n) {
         const Word256 odd = oddForm(k, n, m_negated);
         // for an odd number s_i = 2 (bit i + 1) - 1, and the highest sign is a plus
         for (std::size_t i = 0; i < 4; ++i) m_signs[i] = (odd[i] >> 1) | (i < 3 ? odd[i + 1] << 63 : 0);
-        m_signs[4] = std::uint64_t{1} << ((kTeeth * kTables * kRounds - 1) % 64);
+        m_signs[4] = std::uint64_t{1} << ((kPoints * kRounds - 1) % 64);
     }
 
     /// @brief The entry of the table for a column, up to its sign.
@@ -156,32 +161,29 @@ private:
     std::array<std::uint64_t, 5> m_signs{};
 };
 
-/// @brief 2^(13 i) times the base, i in 0..19: what the tables of a comb are sums of.
-template <typename Element>
-using CombTeeth = std::array<Element, CombDigits::kTeeth * CombDigits::kTables>;
-
-template <typename Element>
-constexpr CombTeeth<Element> combTeeth(const Element& base) {
-    CombTeeth<Element> teeth{base};
-    for (std::size_t i = 1; i < teeth.size(); ++i) {
-        teeth[i] = teeth[i - 1];
-        for (std::size_t round = 0; round < CombDigits::kRounds; ++round) teeth[i] = teeth[i].doubled();
+/// @brief Fills Comb::kPoints multiples of the base by powers of two.
+template <typename Comb, typename Element, typename Points>
+constexpr void fillCombPoints(const Element& base, Points& points) {
+    points[0] = base;
+    for (std::size_t i = 1; i < Comb::kPoints; ++i) {
+        points[i] = points[i - 1];
+        for (std::size_t round = 0; round < Comb::kRounds; ++round) points[i] = points[i].doubled();
     }
-    return teeth;
 }
 
-/// @brief Fills the four tables of a comb, one behind the other. Elements are added, subtracted and doubled.
-template <typename Element, typename Entries>
-constexpr void fillComb(const CombTeeth<Element>& teeth, Entries& entries) {
-    constexpr std::size_t kTop = CombDigits::kTeeth - 1;
-    for (std::size_t table = 0; table < CombDigits::kTables; ++table) {
-        const std::size_t first = table * CombDigits::kTableSize;
-        entries[first] = teeth[kTop * CombDigits::kTables + table];
+/// @brief Fills the tables of a comb, one behind the other, from these. Elements are added, subtracted and
+/// doubled.
+template <typename Comb, typename Points, typename Entries>
+constexpr void fillComb(const Points& points, Entries& entries) {
+    constexpr std::size_t kTop = Comb::kTeeth - 1;
+    for (std::size_t table = 0; table < Comb::kTables; ++table) {
+        const std::size_t first = table * Comb::kTableSize;
+        entries[first] = points[kTop * Comb::kTables + table];
         for (std::size_t tooth = 0; tooth < kTop; ++tooth) {
-            entries[first] = entries[first] - teeth[tooth * CombDigits::kTables + table];
+            entries[first] = entries[first] - points[tooth * Comb::kTables + table];
         }
         for (std::size_t tooth = 0; tooth < kTop; ++tooth) {  // a minus becomes a plus
-            const Element twice = teeth[tooth * CombDigits::kTables + table].doubled();
+            const auto twice = points[tooth * Comb::kTables + table].doubled();
             const std::size_t half = std::size_t{1} << tooth;
             for (std::size_t i = 0; i < half; ++i) entries[first + half + i] = entries[first + i] + twice;
         }

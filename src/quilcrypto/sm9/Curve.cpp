@@ -59,8 +59,8 @@ void write(const G2Affine& p, std::uint8_t* bytes) {
 }
 
 const PointTable<Fp>& tableOfP1() {
-    static constexpr auto teeth = combTeeth(G1Point::from(kP1));  // in two steps: compilers bound each
-    static constexpr PointTable<Fp> table(teeth);
+    static constexpr auto points = PointTable<Fp>::pointsOf(G1Point::from(kP1));
+    static constexpr PointTable<Fp> table(points);
     return table;
 }
 

@@ -151,8 +151,10 @@ Power operator-(const Power& a, const Power& b) { return {a.value * b.value.conj
 }  // namespace
 
 GtTable::GtTable(const Fp12& g) {
+    std::vector<Power> points(Comb::kPoints);
     std::vector<Power> powers(m_entries.size());
-    fillComb(combTeeth(Power{g}), powers);
+    fillCombPoints<Comb>(Power{g}, points);
+    fillComb<Comb>(points, powers);
     std::vector<Fp6> bottoms(m_entries.size());  // c1, to be inverted together
     for (std::size_t i = 0; i < powers.size(); ++i) bottoms[i] = powers[i].value.c1;
     invertAll(bottoms);
@@ -162,13 +164,13 @@ GtTable::GtTable(const Fp12& g) {
 }
 
 Fp12 GtTable::power(const Word256& k) const {
-    const CombDigits digits(k, GroupOrder::kModulus);
+    const Comb digits(k, GroupOrder::kModulus);
     Fp12 product = Fp12::one();
-    for (std::size_t round = CombDigits::kRounds; round-- > 0;) {
-        if (round + 1 != CombDigits::kRounds) product = product.square();
-        for (std::size_t table = 0; table < CombDigits::kTables; ++table) {
-            Fp6 a = lookUp<CombDigits::kTableSize>(&m_entries[table * CombDigits::kTableSize],
-                                                   digits.index(table, round));
+    for (std::size_t round = Comb::kRounds; round-- > 0;) {
+        if (round + 1 != Comb::kRounds) product = product.square();
+        for (std::size_t table = 0; table < Comb::kTables; ++table) {
+            Fp6 a =
+                lookUp<Comb::kTableSize>(&m_entries[table * Comb::kTableSize], digits.index(table, round));
             a = select(digits.negative(table, round), -a, a);
             product = {product.c0 * a + product.c1.timesS(), product.c0 + product.c1 * a};
         }

@@ -56,7 +56,8 @@ public:
     Fp12 power(const Word256& k) const;
 
 private:
-    std::array<Fp6, CombDigits::kEntries> m_entries;  // of a comb, each power by its a
+    using Comb = CombDigits<13>;                // a round costs as much as an addition here
+    std::array<Fp6, Comb::kEntries> m_entries;  // each power by its a
 };
 
 }  // namespace vloxlib::sm9

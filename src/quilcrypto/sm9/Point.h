@@ -103,26 +103,35 @@ Point<F> multiply(const Word256& k, const Point<F>& p) {
 template <typename F>
 class PointTable {
 public:
-    explicit constexpr PointTable(const Point<F>& p) : PointTable(combTeeth(p)) {}  ///< p isn't infinity
-    explicit constexpr PointTable(const CombTeeth<Point<F>>& teeth) {
-        std::array<Point<F>, CombDigits::kEntries> points{};
-        std::array<F, CombDigits::kEntries> inverses{};
-        fillComb(teeth, points);
-        for (std::size_t i = 0; i < points.size(); ++i) inverses[i] = points[i].z;
+    using Comb = CombDigits<4>;
+    using Points = std::array<Point<F>, Comb::kPoints>;
+
+    /// @brief What the table is made of. Compilers bound the work on a constant: one is made in two steps.
+    static constexpr Points pointsOf(const Point<F>& p) {  ///< p isn't infinity
+        Points points{};
+        fillCombPoints<Comb>(p, points);
+        return points;
+    }
+    explicit constexpr PointTable(const Points& points) {
+        std::array<Point<F>, Comb::kEntries> entries{};
+        std::array<F, Comb::kEntries> inverses{};
+        fillComb<Comb>(points, entries);
+        for (std::size_t i = 0; i < entries.size(); ++i) inverses[i] = entries[i].z;
         invertAll(inverses);
-        for (std::size_t i = 0; i < points.size(); ++i) {
-            m_entries[i] = {points[i].x * inverses[i], points[i].y * inverses[i]};
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            m_entries[i] = {entries[i].x * inverses[i], entries[i].y * inverses[i]};
         }
     }
+    explicit PointTable(const Point<F>& p) : PointTable(pointsOf(p)) {}
     /// @brief [k]P for a secret k: 12 doublings and 52 additions.
     Point<F> multiply(const Word256& k) const {
-        const CombDigits digits(k, CurveOver<F>::order());
+        const Comb digits(k, CurveOver<F>::order());
         Point<F> sum = Point<F>::infinity();
-        for (std::size_t round = CombDigits::kRounds; round-- > 0;) {
-            if (round + 1 != CombDigits::kRounds) sum = sum.doubled();
-            for (std::size_t table = 0; table < CombDigits::kTables; ++table) {
-                AffinePoint<F> entry = lookUp<CombDigits::kTableSize>(
-                    &m_entries[table * CombDigits::kTableSize], digits.index(table, round));
+        for (std::size_t round = Comb::kRounds; round-- > 0;) {
+            if (round + 1 != Comb::kRounds) sum = sum.doubled();
+            for (std::size_t table = 0; table < Comb::kTables; ++table) {
+                AffinePoint<F> entry = lookUp<Comb::kTableSize>(&m_entries[table * Comb::kTableSize],
+                                                                digits.index(table, round));
                 entry.y = select(digits.negative(table, round), -entry.y, entry.y);
                 sum = sum + entry;
             }
@@ -132,7 +141,7 @@ public:
     }
 
 private:
-    std::array<AffinePoint<F>, CombDigits::kEntries> m_entries{};
+    std::array<AffinePoint<F>, Comb::kEntries> m_entries{};
 };
 
 }  // namespace vloxlib::sm9

@@ -39,8 +39,8 @@ private:
 
 /// @brief The public encryption key of one identity (hid 0x03) under given parameters.
 ///
-/// Cheap to make and to use once. From the second use on it keeps tables of some 130 KB, so that a wrap costs
-/// a quarter; the call that builds them takes a few milliseconds.
+/// Cheap to make and to use once. From the second use on it keeps tables of some 45 KB, so that a wrap costs
+/// a quarter; the call that builds them takes as long as four wraps without them.
 class EncryptionKey {
 public:
     EncryptionKey(const SystemParameters& parameters, ByteView identity);
