@@ -1,12 +1,11 @@
 #include "vloxlib/ErrorCodes.h"
 
+#include "vloxlib/NativeCodes.h"
 #include "vloxlib/NumberText.h"
 
 namespace vloxlib {
 
 namespace {
-
-constexpr int kUnknown = -199;
 
 struct CodePair {
     int wire;
@@ -45,7 +44,7 @@ int wireCodeToNative(int wireCode) {
             return pair.native;
         }
     }
-    return kUnknown;
+    return native::kUnknown;
 }
 
 int convertInternalErrorCode(int code) { return code; }

@@ -22,6 +22,8 @@ constexpr int kReadFailed = -826;
 constexpr int kTimedOut = -828;
 constexpr int kOtherZone = -829;  ///< the services' 10016: the account lives in another zone
 
+constexpr int kUnknownKey = -1010;
+
 }  // namespace vloxlib::native
 
 #endif

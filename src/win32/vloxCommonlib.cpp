@@ -10,6 +10,7 @@
 #include "platform/Fork.h"
 #include "vloxlib/ConfigManager.h"
 #include "vloxlib/Context.h"
+#include "vloxlib/NativeCodes.h"
 #include "vloxlib/log/vloxLog.h"
 #include "vloxlib/network/NetworkMonitor.h"
 #include "vloxlib/thread/CallbackLock.h"
@@ -26,9 +27,6 @@ using namespace vloxlib;
 
 namespace {
 
-constexpr int kInvalidArgument = -201;
-constexpr int kNoUsableJson = -112;
-constexpr int kUnknownKey = -1010;
 constexpr int kLastDeviceType = 7;
 constexpr char kLoggerName[] = "windows_sdk";
 constexpr char kVersion[] =
@@ -117,7 +115,7 @@ int copyText(char* dst, int dstLen, const std::string& text) {
 
 int initialize(SdkLogParam logParam, const char* dataDir, int deviceType) {
     if (dataDir == nullptr || deviceType < 0 || deviceType > kLastDeviceType) {
-        return kInvalidArgument;
+        return native::kInvalidArgument;
     }
     WindowsMutexGuard lock(start().mutex);
     if (!start().loggingStarted) {
@@ -221,14 +219,14 @@ int getDataStrFromResultStr(const std::string& resultStr, std::string& data) {
     int returnCode = 0;
     if (!RapidJsonUtils::parse(resultStr, result) ||
         !RapidJsonUtils::getMemberInt(result, "returnCode", returnCode)) {
-        return kNoUsableJson;
+        return native::kNoJson;
     }
     if (returnCode != 0) {
         VLOX_LOG(4, "httpReqest fail returnCode=%d", returnCode);
         return returnCode;
     }
     if (!RapidJsonUtils::getMemberString(result, "data", data)) {
-        VLOX_LOG(4, "httpReqest result is empty, resultStr=%s", vloxlib::loggedContent(resultStr).c_str());
+        VLOX_LOG(4, "httpReqest result is empty, resultStr=%s", loggedContent(resultStr).c_str());
     }
     return 0;
 }
@@ -236,5 +234,5 @@ int getDataStrFromResultStr(const std::string& resultStr, std::string& data) {
 int getLatesResult(const std::map<std::string, std::string>& results, const std::string& key, char* dst,
                    int dstLen) {
     const auto place = results.find(key);
-    return place == results.end() ? kUnknownKey : copyText(dst, dstLen, place->second);
+    return place == results.end() ? native::kUnknownKey : copyText(dst, dstLen, place->second);
 }

@@ -50,7 +50,7 @@ ExchangeRequest ClientState::request(HTTPMethod asMethod) const {
     request.method = asMethod;
     request.url = withAsciiHost(asMethod == HTTP_METHOD_POST ? url : urlWithFields(url, fields));
     request.headers = headerLines;
-    request.pinned = pinned;
+    request.pinned = &pinned;
     request.replyLimit = replyLimit;
     return request;
 }

@@ -81,11 +81,11 @@ private:
     }
 
     void setTarget() {
-        const PinnedHost& pinned = m_request.pinned;
-        if (!pinned.addresses.empty()) {
+        const PinnedHost* const pinned = m_request.pinned;
+        if (pinned && !pinned->addresses.empty()) {
             const std::string line =
-                pinned.host + ":" + pinned.port + ":" +
-                Poco::cat(std::string(","), pinned.addresses.begin(), pinned.addresses.end());
+                pinned->host + ":" + pinned->port + ":" +
+                Poco::cat(std::string(","), pinned->addresses.begin(), pinned->addresses.end());
             m_resolve.reset(curl_slist_append(nullptr, line.c_str()));
         }
         set(CURLOPT_REDIR_PROTOCOLS_STR, kSchemes);
@@ -367,8 +367,8 @@ std::chrono::seconds CurlExchange::connectLimit() const {
 }
 
 ExchangeReply CurlExchange::run(const ExchangeRequest& request) {
-    return request.pinned.curlCode == CURLE_OK ? Run(m_curl.get(), request).perform()
-                                               : endedBefore(request.pinned.curlCode);
+    const bool begins = !request.pinned || request.pinned->curlCode == CURLE_OK;
+    return begins ? Run(m_curl.get(), request).perform() : endedBefore(request.pinned->curlCode);
 }
 
 void initialLibcurl() {

@@ -71,7 +71,7 @@ struct ExchangeRequest {
     HTTPMethod method = HTTP_METHOD_GET;
     std::string url;  ///< whole, with its query
     HeaderLines headers;
-    PinnedHost pinned;
+    const PinnedHost* pinned = nullptr;  ///< null: the URL's host is for libcurl
 
     BodySource* source = nullptr;  ///< of the body of a PUT, of the last part of a POST's form; may be null
     std::string form;              ///< the body of a POST without a source
