@@ -89,6 +89,14 @@ TEST_F(DnsCacheTest, CountsASuccessOfTheOneAddress) {
     EXPECT_EQ(2, log.count(DNSCACHE_TRACE_WARNING, "param is null"));
 }
 
+TEST_F(DnsCacheTest, WhoLooksIntoTheFileHoldsUpNoWrite) {
+    ASSERT_TRUE(cache.replaceDnsCache(answer("a.test", {"10.0.0.1"})));
+    const auto reader = file.connect();
+    ASSERT_EQ(SQLITE_OK, sqlite3_exec(reader.get(), "BEGIN; SELECT * FROM ip_t;", nullptr, nullptr, nullptr));
+    cache.setDomainSuccess("a.test", "10.0.0.1");
+    EXPECT_EQ(1, file.number("SELECT successNum FROM ip_t"));
+}
+
 TEST_F(DnsCacheTest, AFailureOfOneAddressForgetsTheDomain) {
     ASSERT_TRUE(cache.replaceDnsCache(answer("a.test", {"10.0.0.1", "10.0.0.2", "10.0.0.3"})));
     ASSERT_TRUE(cache.replaceDnsCache(answer("b.test", {"10.0.0.1"})));

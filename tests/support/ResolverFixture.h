@@ -71,6 +71,13 @@ public:
     std::string path() const { return m_dir.path("vloxDomain.db"); }
     const TempDir& dir() const { return m_dir; }
 
+    /// A plain connection.
+    vloxlib::SqliteConnection connect() const {
+        sqlite3* connection = nullptr;
+        sqlite3_open(path().c_str(), &connection);
+        sqlite3_busy_timeout(connection, 10000);
+        return vloxlib::SqliteConnection(connection);
+    }
     /// Runs SQL on a plain connection.
     void raw(const std::string& sql) const {
         if (sqlite3_exec(connect().get(), sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
@@ -101,13 +108,6 @@ public:
     }
 
 private:
-    vloxlib::SqliteConnection connect() const {
-        sqlite3* connection = nullptr;
-        sqlite3_open(path().c_str(), &connection);
-        sqlite3_busy_timeout(connection, 10000);
-        return vloxlib::SqliteConnection(connection);
-    }
-
     TempDir m_dir;
 };
 
