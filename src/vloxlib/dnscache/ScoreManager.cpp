@@ -11,6 +11,9 @@ ScoreManager::ScoreManager() : m_plugins(std::make_unique<PluginManager>()) {}
 ScoreManager::~ScoreManager() = default;
 
 std::list<std::string> ScoreManager::scoreDomain(std::shared_ptr<DomainModel> model) {
+    if (!model) {
+        return {};
+    }
     const auto count = static_cast<int>(model->ipModels.size());
     if (count > 1) {
         m_plugins->run(model->ipModels, count);
