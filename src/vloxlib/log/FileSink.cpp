@@ -35,6 +35,12 @@ void FileSink::log(const spdlog::details::log_msg& line) {
     }
 }
 
+void FileSink::discardUnfinished() {
+    while (m_lines.size() > 0 && m_lines[m_lines.size() - 1] != '\n') {
+        m_lines.resize(m_lines.size() - 1);
+    }
+}
+
 void FileSink::start(const std::string& path) {
     m_path = path;
     if (!open()) {

@@ -30,6 +30,8 @@ public:
 
     /// Forgets what isn't written yet: it is another process's.
     void discard() { m_lines.clear(); }
+    /// Forgets a line within which the thread that wrote it was ended.
+    void discardUnfinished();
     /// Whether a day has ended in an ordinary way since the last call, and not by a clock that was set.
     bool takeEndOfDay() { return std::exchange(m_dayEnded, false); }
 

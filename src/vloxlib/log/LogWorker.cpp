@@ -161,6 +161,9 @@ void LogWorker::takeOver() {
     }
     moveTo(State::CallersWrite);
     const Writing writing(m_writing);
+    if (m_lastWritten != nullptr) {
+        m_lastWritten->discardUnfinished();
+    }
     for (std::size_t left = m_queue.sizeForLastThread(); left > 0; --left) {
         handleNext();
     }
@@ -356,6 +359,12 @@ void WorkerLogger::dropSinks() {
 void WorkerLogger::discardUnwritten() {
     if (m_file) {
         m_file->discard();
+    }
+}
+
+void WorkerLogger::discardUnfinished() {
+    if (m_file) {
+        m_file->discardUnfinished();
     }
 }
 

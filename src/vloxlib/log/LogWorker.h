@@ -27,6 +27,7 @@ public:
     void flushSinks() { spdlog::logger::flush_(); }
     void dropSinks();
     void discardUnwritten();
+    void discardUnfinished();
     bool takeEndOfDay() { return m_file && m_file->takeEndOfDay(); }
 
 protected:
