@@ -87,7 +87,9 @@ public:
     ///
     /// The address is the one that DNSCache gives for the URL's host, which is told when the exchange fails
     /// over it while there is a network; without one libcurl resolves the host. The host's own name goes into
-    /// the request and into the check of its certificate all the same.
+    /// the request and into the check of its certificate all the same. The look-up counts towards the limits
+    /// and ends with httpCancel(); for a host behind a proxy there is none. DNSCache::useAllAddresses() makes
+    /// the exchange try the host's other addresses, too.
     /// @param qos time limits; null for the defaults
     /// @param httpCode receives the last reply's HTTP status, 0 without a reply; may be null
     int performSync(std::shared_ptr<QosParams> qos, long* httpCode);
@@ -110,7 +112,8 @@ public:
     /// A file of certificate authorities to be trusted beside the built-in ones and those of setCAContent().
     void setCAPath(const std::string& path);
     void setCAContent(const std::string& pem);
-    /// The client's certificate and behind it its private key; read only without setClientCertContent().
+    /// The client's key, its certificate and the chain of those who issued it, in any order; read only
+    /// without setClientCertContent().
     void setClientCertPath(const std::string& path);
     void setClientCertContent(const std::string& pem);
     void setKeyPassword(const std::string& password);

@@ -17,13 +17,28 @@ namespace {
 
 std::string schemeOf(const std::string& url) { return url.substr(0, url.find("://")); }
 
-// What ends an exchange over an address that has done nothing wrong: the caller, or this machine.
-bool isOurOwn(int curlCode) {
-    return curlCode == CURLE_ABORTED_BY_CALLBACK || curlCode == CURLE_WRITE_ERROR ||
-           curlCode == CURLE_READ_ERROR;
-}
-
 constexpr long kFirstServerError = 500;
+
+// Others are the caller's doing, or this machine's, or a reply that another machine of the service gives as
+// well.
+bool isMachinesFailure(const ExchangeOutcome& outcome) {
+    switch (outcome.curlCode) {
+        case CURLE_OK:
+            return outcome.status >= kFirstServerError;
+        case CURLE_COULDNT_CONNECT:
+        case CURLE_OPERATION_TIMEDOUT:
+        case CURLE_SSL_CONNECT_ERROR:
+        case CURLE_PEER_FAILED_VERIFICATION:
+        case CURLE_WEIRD_SERVER_REPLY:
+        case CURLE_PARTIAL_FILE:
+        case CURLE_GOT_NOTHING:
+        case CURLE_SEND_ERROR:
+        case CURLE_RECV_ERROR:
+            return true;
+        default:
+            return false;
+    }
+}
 
 // Of several addresses libcurl tries one after the other, until one answers.
 std::vector<std::string> failedOnes(const std::vector<std::string>& tried, const ExchangeOutcome& outcome) {
@@ -41,9 +56,8 @@ std::vector<std::string> failedOnes(const std::vector<std::string>& tried, const
     if (reached == tried.end()) {
         return {};  // a redirect has led elsewhere
     }
-    const bool answered =
-        outcome.curlCode == CURLE_OK ? outcome.status < kFirstServerError : isOurOwn(outcome.curlCode);
-    return {outcome.isNewConnection ? tried.begin() : reached, answered ? reached : reached + 1};
+    return {outcome.isNewConnection ? tried.begin() : reached,
+            isMachinesFailure(outcome) ? reached + 1 : reached};
 }
 
 }  // namespace
