@@ -109,16 +109,23 @@ struct Range {
     bool partial = false;   ///< it was asked for
 };
 
-// Only one range of bytes is understood; others are passed over, as they may be. A range that ends where it
-// begins, or before: the file has nothing of it.
-Range rangeOf(const HttpRequest& request, std::uint64_t size) {
+std::string headerOf(const HttpRequest& request, const char* wanted) {
     std::string text;
     for (const auto& [name, value] : request.headers) {
-        text = Poco::icompare(name, "Range") == 0 ? value : text;
+        text = Poco::icompare(name, wanted) == 0 ? value : text;
     }
+    return text;
+}
+
+// Only one range of bytes is understood; others are passed over, as they may be, and so is one of another
+// version. A range that ends where it begins, or before: the file has nothing of it.
+Range rangeOf(const HttpRequest& request, std::uint64_t size, const std::string& tag) {
+    const std::string text = headerOf(request, "Range");
+    const std::string version = headerOf(request, "If-Range");
     const Range whole{0, size, false};
     const std::size_t dash = text.find('-');
-    if (text.rfind("bytes=", 0) != 0 || dash == std::string::npos || size == 0) {
+    if (text.rfind("bytes=", 0) != 0 || dash == std::string::npos || size == 0 ||
+        (!version.empty() && version != tag)) {
         return whole;
     }
     const std::string first = text.substr(6, dash - 6);
@@ -242,8 +249,11 @@ std::string FileServices::download(const Call& call) const {
     }
     const FileStore::File file = m_store.find(needText(call.params, "fileUrl"));
     const std::string size = std::to_string(file.size);
-    const Range range = call.rule.norange ? Range{0, file.size, false} : rangeOf(call.request, file.size);
+    const std::string tag = '"' + file.digest + '"';
+    const Range range =
+        call.rule.norange ? Range{0, file.size, false} : rangeOf(call.request, file.size, tag);
     answer.contentType = "application/octet-stream";
+    answer.headers.emplace_back("ETag", tag);
     if (range.partial && range.from >= range.end) {
         answer.status = 416;
         answer.headers.emplace_back("Content-Range", "bytes */" + size);

@@ -210,6 +210,13 @@ TEST_F(FileServicesTest, TakesWholeFilesAndGivesBackWhatRangesAskFor) {
                   reply.headers.count("Content-Range") ? reply.headers.at("Content-Range") : "");
         EXPECT_TRUE(row.body == reply.body) << reply.body.size() << " bytes";
     }
+    const std::string tag = get(id).headers.at("ETag");
+    const auto partOf = [&](const std::string& version) {
+        return server().ask("GET", "/file/download?fileUrl=" + id, "",
+                            {{"Range", "bytes=5-"}, {"If-Range", version}});
+    };
+    EXPECT_EQ(206, partOf(tag).status);
+    EXPECT_EQ(200, partOf("\"other\"").status);
     const std::string flipped = get(id, "bytes=10-", "/@flip=12").body;
     EXPECT_EQ(content.substr(10, 2), flipped.substr(0, 2));
     EXPECT_NE(content[12], flipped[2]);

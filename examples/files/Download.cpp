@@ -1,6 +1,7 @@
 #include "Download.h"
 
 #include <vloxlib/ServiceVocabulary.h>
+#include <vloxlib/http/FileParam.h>
 #include <vloxlib/utility/FileUtil.h>
 
 #include <utility>
@@ -14,15 +15,6 @@ namespace files {
 using common::JsonObject;
 using vloxlib::FileUtil;
 using vloxlib::HttpClient;
-
-namespace {
-
-constexpr long kWholeFile = 200;
-constexpr long kNothingOfTheRange = 416;
-constexpr int kAppend = 1;
-constexpr int kStartAnew = 0;
-
-}  // namespace
 
 Download::Download(const FileTask& task, const FileService& service, Transfers& transfers,
                    Progress::Tell tell)
@@ -39,12 +31,10 @@ Outcome Download::run() {
             return {Outcome::DONE, 0, describe(m_task)};  // put there just before its process ended
         }
     }
-    int64 offset = partialSize();
-    if (offset > m_task.size) {
+    if (partialSize() > m_task.size) {
         FileUtil::remove(m_partial);
-        offset = 0;
     }
-    const Outcome outcome = offset < m_task.size ? fetch(offset) : Outcome();
+    const Outcome outcome = partialSize() < m_task.size ? fetch() : Outcome();
     return outcome.what == Outcome::GOOD ? compare() : outcome;
 }
 
@@ -52,29 +42,23 @@ int64 Download::partialSize() const {
     return FileUtil::isExist(m_partial) == 0 ? FileUtil::getLocalFileLenth(m_partial) : 0;
 }
 
-Outcome Download::fetch(int64 offset) {
-    Progress progress(m_tell, "fetching", offset, m_task.size);
+// What an earlier attempt has left is gone on with where that can be known to be right.
+Outcome Download::fetch() {
     JsonObject params;
     params.add(FIELD_FILE_ID, m_task.url);
     HttpClient client;
     if (!m_service.prepare(client, URL_FILE_DOWNLOAD, params)) {
         return judge({FileService::kNotSent, {}}, m_transfers);
     }
-    // setDownloadFile() takes `long`, which has 32 bits on some systems; a header that is there stays.
-    client.addHeader("Range", "bytes=" + std::to_string(offset) + "-");
-    client.setDownloadFile(m_partial, offset > 0 ? kAppend : kStartAnew, static_cast<long>(offset));
-    int64 told = offset;
+    client.setCarefulDownload(m_partial);
+    int64 told = static_cast<vloxlib::DownloadFileParm*>(client.getFileParam())->m_offset;
+    Progress progress(m_tell, "fetching", told, m_task.size);
     client.setProgressCallback([&](int percent) {
-        if (client.getContentRange() != offset) {  // the whole file comes, behind what is there already
-            client.httpCancel();
-            return;
-        }
         const int64 done = m_task.size / 100 * percent;
         progress.add(done > told ? done - told : 0);
         told = done > told ? done : told;
     });
-    long status = 0;
-    const int code = m_transfers.run(client, &status);
+    const int code = m_transfers.run(client, nullptr);
     if (code == 0) {
         progress.add(partialSize() - told);
     }
@@ -82,25 +66,22 @@ Outcome Download::fetch(int64 offset) {
     if (code != 0 && !client.getResultData().empty()) {
         reply.data = common::parseJson(client.getResultData());
     }
-    return judgeFetch(reply, offset, status);
+    return judgeFetch(reply);
 }
 
-Outcome Download::judgeFetch(const FileService::Reply& reply, int64 offset, long status) const {
+Outcome Download::judgeFetch(const FileService::Reply& reply) const {
     if (m_transfers.stopped()) {
         return {Outcome::STOPPED, reply.code, ""};
     }
-    if ((status == kWholeFile && offset > 0 && reply.code <= 0) || status == kNothingOfTheRange) {
-        return startAnew(reply.code);
-    }
     if (reply.code == 0) {
-        return partialSize() < m_task.size ? startAnew(FILES_CODE_DIGEST) : Outcome();
+        return partialSize() < m_task.size ? startAnew() : Outcome();
     }
     return judge(reply, m_transfers);
 }
 
-Outcome Download::startAnew(int code) const {
+Outcome Download::startAnew() const {
     FileUtil::remove(m_partial);
-    return {Outcome::AGAIN, code != 0 ? code : FILES_CODE_DIGEST, ""};
+    return {Outcome::AGAIN, FILES_CODE_DIGEST, ""};
 }
 
 Outcome Download::compare() {
@@ -111,9 +92,10 @@ Outcome Download::compare() {
             return {Outcome::STOPPED, 0, ""};
         }
         if (digest != m_task.digest) {
-            return startAnew(FILES_CODE_DIGEST);
+            return startAnew();
         }
     }
+    FileUtil::remove(m_partial + ".version");  // stays where a process ended just behind the last byte
     FileUtil::remove(m_task.path);
     if (FileUtil::rename(m_partial, m_task.path) != 0) {
         return {Outcome::DONE, FILES_CODE_TARGET, ""};

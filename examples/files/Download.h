@@ -18,11 +18,11 @@ public:
     Outcome run();
 
 private:
-    Outcome fetch(int64 offset);
-    Outcome judgeFetch(const FileService::Reply& reply, int64 offset, long status) const;
+    Outcome fetch();
+    Outcome judgeFetch(const FileService::Reply& reply) const;
     Outcome compare();
     int64 partialSize() const;
-    Outcome startAnew(int code) const;
+    Outcome startAnew() const;
 
     const FileTask& m_task;
     const FileService& m_service;

@@ -12,6 +12,30 @@
 
 namespace vloxlib {
 
+template <class Param>
+Param* ClientState::fileParamFor(FileOperateType type) const {
+    return fileType == type ? static_cast<Param*>(fileParam.get()) : nullptr;
+}
+
+// A range that the caller has set stays; a careful download sees to its own.
+int ClientState::setDownload(std::shared_ptr<DownloadFileParm> download) {
+    if (download->m_filePath.empty()) {
+        VLOX_LOG(3, "fileAbsoulutePath=%s", download->m_filePath.c_str());
+        return native::kInvalidArgument;
+    }
+    dropOwnRange();
+    std::string range = "bytes=" + std::to_string(download->m_offset) + "-";
+    if (download->m_careful) {
+        header.erase("Range");
+    } else if (header.emplace("Range", range).second) {
+        ownRange = std::move(range);
+    }
+    fileParam = std::move(download);
+    isFileOperate = true;
+    fileType = FILE_OPERATE_DOWNLOAD;
+    return 0;
+}
+
 void ClientState::prepare(const QosParams& limits) {
     TlsSettings settings = TlsSettings::of(tls);
     if (!exchange || !exchange->fits(settings)) {
@@ -86,8 +110,7 @@ int ClientState::runUpload(HTTPMethod asMethod, long* httpCode) {
     }
     ExchangeRequest upload = request(asMethod);
     upload.parts = &fields;
-    return take(uploadFile(*exchange, std::move(upload), *param, {progressCallback, uploadProgress}),
-                httpCode);
+    return take(uploadFile(*exchange, std::move(upload), *param, percents(uploadProgress)), httpCode);
 }
 
 int ClientState::runDownload(HTTPMethod asMethod, long* httpCode) {
@@ -103,13 +126,19 @@ int ClientState::runDownload(HTTPMethod asMethod, long* httpCode) {
     if (asMethod == HTTP_METHOD_POST) {
         download.form = joinedFields(fields);
     }
-    return take(downloadFile(*exchange, std::move(download), *param, {progressCallback, downloadProgress}),
-                httpCode);
+    return take(downloadFile(*exchange, std::move(download), *param, percents(downloadProgress)), httpCode);
 }
 
-template <class Param>
-Param* ClientState::fileParamFor(FileOperateType type) const {
-    return fileType == type ? static_cast<Param*>(fileParam.get()) : nullptr;
+// The caller's function may look at the headers that have come.
+PercentReport ClientState::percents(int& last) {
+    return {[this](int percent, const ExchangeReply& reply) {
+                resultHeader.insert(reply.headers.all.begin(), reply.headers.all.end());
+                const auto* const download = fileParamFor<DownloadFileParm>(FILE_OPERATE_DOWNLOAD);
+                if (progressCallback || !download || !download->m_careful) {
+                    progressCallback(percent);
+                }
+            },
+            last};
 }
 
 int ClientState::take(FileResult result, long* httpCode) {

@@ -22,6 +22,10 @@ struct ClientState {
     using Fields = std::map<std::string, std::string>;
     static constexpr int64 kDefaultReplyLimit = 64 << 20;  // bytes
 
+    /// @brief Takes the place of a download that was set before, and of its range.
+    /// @return 0, or -201 for an empty path
+    int setDownload(std::shared_ptr<DownloadFileParm> download);
+
     /// @brief Makes libcurl's handle and the request's head. Copies go on sharing what they had.
     void prepare(const QosParams& limits);
 
@@ -71,6 +75,7 @@ struct ClientState {
 private:
     ExchangeRequest request(HTTPMethod asMethod) const;
     int perform(const ExchangeRequest& request, long* httpCode);
+    PercentReport percents(int& last);
     int take(FileResult result, long* httpCode);
     void take(ExchangeReply& reply, long* httpCode);
     int logged(int code) const;

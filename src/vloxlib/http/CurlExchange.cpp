@@ -21,7 +21,6 @@ constexpr std::chrono::seconds kDefaultConnectTimeout{15};
 constexpr std::chrono::seconds kNoLimit{0};
 constexpr char kSchemes[] = "http,https";
 constexpr long kLowSpeedBytes = 10;
-constexpr long kLowSpeedSeconds = 60;
 constexpr std::size_t kUsualReply = 128;
 constexpr long kFirstFinalStatus = 200;  // those below announce a reply that is still to come
 
@@ -101,14 +100,7 @@ private:
             case HTTP_METHOD_POST:
                 return m_request.source ? setForm() : setFields();
             case HTTP_METHOD_PUT:
-                set(CURLOPT_CUSTOMREQUEST, "PUT");
-                if (m_request.source) {
-                    set(CURLOPT_UPLOAD, 1L);
-                    set(CURLOPT_READFUNCTION, &Run::give);
-                    set(CURLOPT_READDATA, this);
-                    set(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(m_request.source->length()));
-                }
-                return;
+                return m_request.source ? setFile() : set(CURLOPT_CUSTOMREQUEST, "PUT");
             case HTTP_METHOD_DELETE:
                 set(CURLOPT_CUSTOMREQUEST, "DELETE");
         }
@@ -121,6 +113,15 @@ private:
         appendLine(m_headers, "Expect:");
     }
 
+    void setFile() {
+        set(CURLOPT_UPLOAD, 1L);
+        set(CURLOPT_READFUNCTION, &Run::give);
+        set(CURLOPT_READDATA, this);
+        set(CURLOPT_SEEKFUNCTION, &Run::goTo);
+        set(CURLOPT_SEEKDATA, this);
+        set(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(m_request.source->length()));
+    }
+
     void setForm() {
         m_form.reset(curl_mime_init(m_curl));
         for (const auto& [key, value] : *m_request.parts) {
@@ -131,7 +132,7 @@ private:
         }
         curl_mimepart* const part = curl_mime_addpart(m_form.get());
         curl_mime_name(part, m_request.partName.c_str());
-        curl_mime_data_cb(part, m_request.source->length(), &Run::give, nullptr, nullptr, this);
+        curl_mime_data_cb(part, m_request.source->length(), &Run::give, &Run::goTo, nullptr, this);
         curl_mime_filename(part, m_request.fileName.c_str());
         curl_mime_type(part, "application/octet-stream");
         set(CURLOPT_MIMEPOST, m_form.get());
@@ -148,9 +149,9 @@ private:
             set(CURLOPT_XFERINFOFUNCTION, &Run::watch);
             set(CURLOPT_XFERINFODATA, this);
         }
-        if (m_request.dropStalled) {
+        if (m_request.stallLimit > 0) {
             set(CURLOPT_LOW_SPEED_LIMIT, kLowSpeedBytes);
-            set(CURLOPT_LOW_SPEED_TIME, kLowSpeedSeconds);
+            set(CURLOPT_LOW_SPEED_TIME, static_cast<long>(m_request.stallLimit));
         }
     }
 
@@ -162,6 +163,8 @@ private:
         set(CURLOPT_WRITEDATA, nullptr);
         set(CURLOPT_READFUNCTION, nullptr);
         set(CURLOPT_READDATA, nullptr);
+        set(CURLOPT_SEEKFUNCTION, nullptr);
+        set(CURLOPT_SEEKDATA, nullptr);
         set(CURLOPT_NOPROGRESS, 1L);
         set(CURLOPT_XFERINFODATA, nullptr);
         set(CURLOPT_LOW_SPEED_LIMIT, 0L);
@@ -171,6 +174,7 @@ private:
         set(CURLOPT_RESOLVE, nullptr);
         set(CURLOPT_POSTFIELDS, nullptr);
         set(CURLOPT_CUSTOMREQUEST, nullptr);
+        set(CURLOPT_FOLLOWLOCATION, 1L);
         set(CURLOPT_HTTPGET, 1L);
     }
 
@@ -228,6 +232,7 @@ private:
         return guarded(std::size_t{0}, [&] {
             self.m_reply.headers.take({bytes, size * count});
             self.keepTls();
+            self.heedSeeOther();
             return size * count;
         });
     }
@@ -245,6 +250,18 @@ private:
         }
     }
 
+    // A 303 wants a GET, but libcurl would repeat a verb that was set by its name. A DELETE ends there.
+    void heedSeeOther() {
+        if (m_reply.headers.status() != 303) {
+            return;
+        }
+        if (m_request.method == HTTP_METHOD_DELETE) {
+            set(CURLOPT_FOLLOWLOCATION, 0L);
+        } else if (m_request.method == HTTP_METHOD_PUT) {
+            set(CURLOPT_CUSTOMREQUEST, nullptr);
+        }
+    }
+
     static std::size_t take(char* bytes, std::size_t size, std::size_t count, void* run) {
         auto& self = *static_cast<Run*>(run);
         return guarded(std::size_t{0}, [&] { return self.takeBody(bytes, size * count) ? size * count : 0; });
@@ -257,7 +274,7 @@ private:
                 return false;
             }
         }
-        if (m_request.sink) {
+        if (m_request.sink && m_request.sink->wants(m_reply)) {
             return !isCancelled() && m_request.sink->take(bytes, count, m_reply);
         }
         if (m_request.replyLimit > 0 &&
@@ -297,6 +314,14 @@ private:
                 return CURL_READFUNC_ABORT;
             }
             return self.m_request.source->give(buffer, size * count).value_or(CURL_READFUNC_ABORT);
+        });
+    }
+
+    static int goTo(void* run, curl_off_t offset, int origin) {
+        auto& self = *static_cast<Run*>(run);
+        return guarded(CURL_SEEKFUNC_FAIL, [&] {
+            const bool gone = origin == SEEK_SET && self.m_request.source->goTo(offset);
+            return gone ? CURL_SEEKFUNC_OK : CURL_SEEKFUNC_FAIL;
         });
     }
 

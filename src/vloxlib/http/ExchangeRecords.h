@@ -47,13 +47,17 @@ public:
     virtual int64 length() const = 0;  ///< in bytes
     /// @return the number of bytes given, 0 at the end; nothing ends the exchange
     virtual std::optional<std::size_t> give(char* buffer, std::size_t room) = 0;
+    /// @brief Goes on from that byte of the body: a redirect may want all of it once more.
+    /// @return false ends the exchange
+    virtual bool goTo(int64 offset) = 0;
 };
 
-/// @brief Where a reply's body goes.
+/// @brief Where a reply's body goes. Replies are what has come of them so far: the headers.
 class BodySink {
 public:
     virtual ~BodySink() = default;
-    /// @param reply what has come of it so far: its headers
+    /// @return false for a body that goes into the reply's text, as without a sink
+    virtual bool wants(const ExchangeReply& reply) const = 0;
     /// @return false ends the exchange
     virtual bool take(const char* bytes, std::size_t count, const ExchangeReply& reply) = 0;
 };
@@ -81,7 +85,7 @@ struct ExchangeRequest {
 
     BodySink* sink = nullptr;  ///< null: the reply's text
     int64 replyLimit = 0;      ///< in bytes, of the reply's text; 0 for no limit
-    bool dropStalled = false;  ///< ends a transfer below 10 bytes a second for 60 seconds
+    int stallLimit = 0;  ///< in seconds, after which a transfer below 10 bytes a second ends; 0 for none
 
     /// Hears of the progress on the thread of the exchange; what it throws ends the exchange.
     std::function<void(const TransferProgress&, const ExchangeReply&)> progress;

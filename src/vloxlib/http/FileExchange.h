@@ -14,9 +14,10 @@
 
 namespace vloxlib {
 
-/// @brief Who hears whole percents, 0 to 99, and the last one that was told, above which the next one is.
+/// @brief Who hears whole percents, 0 to 99, with what has come of the reply, and the last one that was told,
+/// above which the next one is.
 struct PercentReport {
-    const std::function<void(int)>& tell;
+    std::function<void(int percent, const ExchangeReply& reply)> tell;
     int& last;
 };
 
@@ -27,14 +28,16 @@ struct FileResult {
     std::optional<std::string> text;  ///< what the caller gets to read, where there is something
 };
 
+constexpr int kStallLimit = 60;  ///< in seconds, after which a transfer below 10 bytes a second is dropped
+
 /// @brief Sends a file or a slice of it as the last part of a POST's form, or as the body of a PUT.
 FileResult uploadFile(CurlExchange& exchange, ExchangeRequest request, UploadFileParm& file,
-                      PercentReport percents);
+                      PercentReport percents, int stallLimit = kStallLimit);
 
-/// @brief Writes the reply's body into a file. A JSON failure in its place ends as its code, with the text,
-/// and the file is removed.
+/// @brief Writes the reply's body into a file, carefully or not. A JSON failure in its place ends as its
+/// code, with the text.
 FileResult downloadFile(CurlExchange& exchange, ExchangeRequest request, const DownloadFileParm& file,
-                        PercentReport percents);
+                        PercentReport percents, int stallLimit = kStallLimit);
 
 }  // namespace vloxlib
 

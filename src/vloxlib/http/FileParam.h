@@ -37,7 +37,7 @@ public:
     std::string m_key;      ///< Name of the form part.
     int64 m_left = -1;      ///< First byte of the slice; -1 when the whole file goes.
     int64 m_right = -1;     ///< First byte behind the slice; -1 when the whole file goes.
-    int64 m_readBytes = 0;  ///< Bytes of the slice already read.
+    int64 m_readBytes = 0;  ///< Bytes of the slice already read; grows meanwhile, and goes back at the end.
 };
 
 /// @brief A download into a file.
@@ -48,8 +48,9 @@ public:
     DownloadFileParm& operator=(const DownloadFileParm&);
     ~DownloadFileParm();
 
-    int64 m_offset = 0;  ///< Where the download starts, in bytes.
-    int m_mode = 0;      ///< 1 appends to the local file, others start it anew.
+    int64 m_offset = 0;      ///< Where the download starts, in bytes.
+    int m_mode = 0;          ///< 1 appends to the local file, others start it anew.
+    bool m_careful = false;  ///< Set by HttpClient::setCarefulDownload().
 };
 
 }  // namespace vloxlib

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "vloxlib/NativeCodes.h"
+#include "vloxlib/http/CarefulDownload.h"
 #include "vloxlib/http/ClientState.h"
 #include "vloxlib/http/HttpHeaderLine.h"
 #include "vloxlib/http/OpenFile.h"
@@ -114,23 +115,20 @@ int HttpClient::setUploadFile(std::string key, std::string path, long left, long
 }
 
 int HttpClient::setDownloadFile(std::string path, int mode, long offset) {
-    if (path.empty()) {
-        VLOX_LOG(3, "fileAbsoulutePath=%s", path.c_str());
-        return native::kInvalidArgument;
-    }
-    auto param = std::make_shared<DownloadFileParm>();
-    param->m_filePath = std::move(path);
-    param->m_mode = mode;
-    param->m_offset = offset;
-    m_state->fileParam = std::move(param);
-    m_state->isFileOperate = true;
-    m_state->fileType = FILE_OPERATE_DOWNLOAD;
-    m_state->dropOwnRange();
-    std::string range = "bytes=" + std::to_string(offset) + "-";
-    if (m_state->header.emplace("Range", range).second) {
-        m_state->ownRange = std::move(range);
-    }
-    return 0;
+    auto download = std::make_shared<DownloadFileParm>();
+    download->m_filePath = std::move(path);
+    download->m_mode = mode;
+    download->m_offset = offset;
+    return m_state->setDownload(std::move(download));
+}
+
+int HttpClient::setCarefulDownload(std::string path) {
+    auto download = std::make_shared<DownloadFileParm>();
+    download->m_offset = keptPart(path).length;
+    download->m_mode = download->m_offset > 0 ? 1 : 0;
+    download->m_filePath = std::move(path);
+    download->m_careful = true;
+    return m_state->setDownload(std::move(download));
 }
 
 int HttpClient::httpCancel() {

@@ -71,6 +71,17 @@ public:
     /// @param offset the first byte to ask for, which always goes out as a "Range" header
     /// @return 0, or -201 for an empty path
     int setDownloadFile(std::string path, int mode, long offset);
+    /// @brief As setDownloadFile(), but the file is never a mixture and never cut off when the result is 0.
+    ///
+    /// What is at the path is touched when the server's file begins, and not by a failure in its place. An
+    /// attempt that broke off is gone on with, by any later client, as long as the server still has the very
+    /// same file, by its length and its ETag or date. Otherwise that one ends with -199 and its reason in the
+    /// log, and the next starts anew, as each does where the server sends neither. Until the download is
+    /// whole, its version stands in a file beside it, of the same name with ".version" behind it. No progress
+    /// function is needed.
+    /// @param path the file, UTF-8
+    /// @return 0, or -201 for an empty path
+    int setCarefulDownload(std::string path);
     /// @brief Ends the transfer at libcurl's next step, POST and download with -109. From any thread.
     /// @return 0, or -1 when the exchange moves no file
     int httpCancel();
