@@ -9,6 +9,7 @@ vlox_packages=(
     libspdlog-dev libfmt-dev libpoco-dev libcurl4-openssl-dev libssl-dev libsqlite3-dev rapidjson-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     ca-certificates openssl jq curl python3 bsdextrautils git clang-format valgrind
+    nginx haproxy # servers for tests, which start them themselves
 )
 
 # One line and exit code 2: what was asked for can't be done as it was asked.
@@ -30,8 +31,23 @@ vlox_setup() {
     fi
     echo "installing: ${missing[*]}"
     apt-get update -qq
-    DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+    vlox_without_services env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+    for package in nginx haproxy; do
+        [[ " ${missing[*]} " != *" $package "* ]] || systemctl --quiet disable "$package" 2>/dev/null || true
+    done
 }
+
+# Runs a command during which Debian's packages start no service. A rule that the machine has already is left alone.
+vlox_without_services() (
+    local rule=/usr/sbin/policy-rc.d
+    if [[ ! -e $rule ]]; then
+        trap 'rm -f "$rule"' EXIT
+        printf '#!/bin/sh\nexit 101\n' >"$rule"
+        chmod +x "$rule"
+    fi
+    "$@"
+)
 
 vlox_use_ccache() {
     if command -v ccache >/dev/null && [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER:-} ]]; then
