@@ -336,21 +336,6 @@ TEST_F(FileServicesTest, EndsCleanlyDuringTransfers) {
     EXPECT_NE(0, slow.get());
 }
 
-TEST_F(FileServicesTest, ADownloadThatBrokeOffGoesOn) {
-    const std::string content = bytes(300000);
-    const std::string id = sent(content);
-    EXPECT_EQ(-199, download("/file/download/@cut=100000?fileUrl=" + id));
-    ASSERT_EQ(content.substr(0, 100000), dir.read("target"));
-    EXPECT_EQ(0, download("/file/download?fileUrl=" + id, 1, 100000));
-    EXPECT_EQ(206, status);
-    EXPECT_EQ(100000, client.getContentRange());
-    EXPECT_TRUE(content == dir.read("target"));
-
-    EXPECT_EQ(0, download("/file/download/@norange=1?fileUrl=" + id, 1, 300000));
-    EXPECT_EQ(200, status) << "the one sign of a range that was passed over";
-    EXPECT_TRUE(content + content == dir.read("target"));
-}
-
 TEST_F(FileServicesTest, AFailureInPlaceOfAFileIsTold) {
     EXPECT_EQ(15001, download("/file/download?fileUrl=unknown"));
     EXPECT_THAT(client.getResultData(), HasSubstr("no file has the id unknown"));

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -163,18 +162,6 @@ TEST_F(FileTransferTest, FieldsGoAheadOfTheFileAsTheyWereEscaped) {
     EXPECT_EQ("1%202", parts[1].body);
     EXPECT_THAT(parts[1].head, HasSubstr("Content-Type: text/plain"));
     EXPECT_EQ("x", parts[2].body);
-}
-
-TEST_F(FileTransferTest, SlicesLieAroundOrBeyondTwoGibibytes) {
-    // On some systems a long ends just there.
-    constexpr long start =
-        static_cast<long>(std::min<long long>(5LL << 30, std::numeric_limits<long>::max() - 1000));
-    source("");
-    std::filesystem::resize_file(dir.path("source"), start + 100);
-    std::fstream(dir.path("source"), std::ios::in | std::ios::out | std::ios::binary).seekp(start) << "far";
-    const RawHttpServer server(RawHttpServer::ok(""));
-    EXPECT_EQ(0, upload(server.url(), start, start + 3));
-    EXPECT_EQ("far", partsOf(server.lastRequest()).at(0).body);
 }
 
 TEST_F(FileTransferTest, RefusesBadArguments) {
