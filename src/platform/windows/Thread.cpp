@@ -27,8 +27,7 @@ struct Thread::Native {
 
     explicit Native(std::function<void()> given) {
         auto body = std::make_unique<std::function<void()>>(std::move(given));
-        handle.reset(
-            reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, runBody, body.get(), 0, &id)));  // NOLINT
+        handle.reset(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, runBody, body.get(), 0, &id)));
         if (!handle) {
             throw std::system_error(errno, std::generic_category(), "_beginthreadex");
         }

@@ -18,11 +18,10 @@ struct ByteView {
 
     ByteView() = default;
     ByteView(const std::uint8_t* bytes, std::size_t count) : data(bytes), size(count) {}
-    ByteView(const std::string& text)  // NOLINT(google-explicit-constructor): a view of whatever holds bytes
+    ByteView(const std::string& text)
         : data(reinterpret_cast<const std::uint8_t*>(text.data())), size(text.size()) {}
     template <typename Allocator>
-    ByteView(const std::vector<std::uint8_t, Allocator>& bytes)  // NOLINT(google-explicit-constructor)
-        : data(bytes.data()), size(bytes.size()) {}
+    ByteView(const std::vector<std::uint8_t, Allocator>& bytes) : data(bytes.data()), size(bytes.size()) {}
 
     const std::uint8_t* begin() const { return data; }
     const std::uint8_t* end() const { return data + size; }
@@ -35,7 +34,7 @@ struct CleansingAllocator {
     using value_type = T;
     CleansingAllocator() = default;
     template <typename U>
-    CleansingAllocator(const CleansingAllocator<U>&) {}  // NOLINT(google-explicit-constructor)
+    CleansingAllocator(const CleansingAllocator<U>&) {}
     T* allocate(std::size_t count) { return std::allocator<T>().allocate(count); }
     void deallocate(T* memory, std::size_t count) {
         OPENSSL_cleanse(memory, count * sizeof(T));

@@ -102,7 +102,7 @@ private:
         return (r * perBatch.power(Word256{kBatches, 0, 0, 0})).m_words;
     }
     struct Unset {};
-    explicit Residue(Unset) {}  // NOLINT(cppcoreguidelines-pro-type-member-init): about to be written
+    explicit Residue(Unset) {}
     static Residue productAtRunTime(const Word256& a, const Word256& b) {
         Residue result{Unset()};
         montgomeryProduct(result.m_words, a, b, modulus());

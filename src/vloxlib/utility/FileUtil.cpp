@@ -95,6 +95,7 @@ std::vector<std::string> entries(const std::string& directory) {
     std::vector<Poco::File> listed;
     file.list(listed);
     std::vector<std::string> paths;
+    paths.reserve(listed.size());
     for (const Poco::File& entry : listed) {
         paths.push_back(entry.path());
     }
