@@ -46,8 +46,6 @@ private:
 /// @brief Starts libcurl, once for the process, and logs its version.
 void initialLibcurl();
 
-void appendLine(HeaderLines& lines, const std::string& line);
-
 }  // namespace vloxlib
 
 #endif

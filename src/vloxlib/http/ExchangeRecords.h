@@ -13,15 +13,11 @@
 #include <vector>
 
 #include "vloxlib/Types.h"
+#include "vloxlib/http/HeaderLines.h"
 #include "vloxlib/http/HttpTypes.h"
 #include "vloxlib/http/ReplyHeaders.h"
 
-struct curl_slist;
-
 namespace vloxlib {
-
-/// @brief Lines of a request's head.
-using HeaderLines = std::shared_ptr<curl_slist>;
 
 /// @brief Where a name is to be reached. Without an address libcurl resolves the name.
 struct PinnedHost {

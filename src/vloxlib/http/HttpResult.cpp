@@ -44,11 +44,14 @@ int parseHttpResult(int curlCode) {
     return nativeFromCurl(curlCode);
 }
 
-ExchangeReply unprepared() {
+ExchangeReply notBegun(int curlCode) {
     ExchangeReply reply;
-    reply.outcome.curlCode = CURLE_BAD_FUNCTION_ARGUMENT;
+    reply.outcome.curlCode = curlCode;
+    reply.outcome.curlText = curl_easy_strerror(static_cast<CURLcode>(curlCode));
     return reply;
 }
+
+ExchangeReply unprepared() { return notBegun(CURLE_BAD_FUNCTION_ARGUMENT); }
 
 bool isAccepted(const ExchangeReply& reply) {
     const long status = reply.outcome.status;

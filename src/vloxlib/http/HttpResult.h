@@ -8,7 +8,9 @@ namespace vloxlib {
 /// @brief Logs a failure of libcurl. @return its native code; -199 for one without a row of its own
 int parseHttpResult(int curlCode);
 
-/// @brief The reply of an exchange that had no handle to run on.
+/// @brief The reply of an exchange that ended before it began, for a reason of libcurl's.
+ExchangeReply notBegun(int curlCode);
+/// @brief That of one which had no handle to run on.
 ExchangeReply unprepared();
 
 /// @brief Whether a reply's body counts: by its status, or by the platform's own redirect.
