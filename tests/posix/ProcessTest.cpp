@@ -31,7 +31,9 @@ using namespace vloxlib;
 
 #ifdef __SANITIZE_THREAD__
 // The child of a fork starts threads again.
-extern "C" const char* __tsan_default_options() { return "die_after_fork=0"; }
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options() {
+    return "die_after_fork=0";
+}
 #endif
 
 namespace {
