@@ -11,6 +11,7 @@
 #include "vloxlib/ConfigManager.h"
 #include "vloxlib/Context.h"
 #include "vloxlib/NativeCodes.h"
+#include "vloxlib/dnscache/DNSCacheLog.h"
 #include "vloxlib/log/vloxLog.h"
 #include "vloxlib/network/NetworkMonitor.h"
 #include "vloxlib/thread/CallbackLock.h"
@@ -92,11 +93,12 @@ Start& start() {
 }
 
 // What else is made at its first use. In the child of a fork that comes in the midst of that it would be half
-// made for ever.
+// made for ever; and the resolver's log is made of what POCO destroys at the end of the process.
 void makeSingletons() {
     CallbackLock::modules();
     NetworkMonitor::getInstance();
     VLOXBase::clientExist(0);
+    DNSCacheLog::getInstance();
 }
 
 // Null for an unknown client.
