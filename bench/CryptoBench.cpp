@@ -319,12 +319,17 @@ void newBridge(benchmark::State& state, bool known) {
     const sm9::Bytes der = sm9::MasterKey::generate()->parameters().toDer();
     const std::string parameters = Base64::encode(std::string(der.begin(), der.end()));
     int next = 0;
-    for (auto _ : state) {
+    const auto wraps = [&] {
         EncryptBridge bridge(SYM_AES128_CBC, ASYM_SM9, "server" + std::to_string(known ? 0 : next++),
                              parameters);
-        if (bridge.getSecretKeyBase64().empty()) {
-            state.SkipWithError("no key");
-        }
+        return !bridge.getSecretKeyBase64().empty();
+    };
+    bool good = wraps() && wraps();  // the second use of a server's key builds the tables
+    for (auto _ : state) {
+        good = wraps() && good;
+    }
+    if (!good) {
+        state.SkipWithError("no key");
     }
 }
 BENCHMARK_CAPTURE(newBridge, known, true)->Name("Crypto/SM9 wrap through a new bridge/vlox")->UseRealTime();
