@@ -99,6 +99,7 @@ void makeSingletons() {
     NetworkMonitor::getInstance();
     VLOXBase::clientExist(0);
     DNSCacheLog::getInstance();
+    ConfigManager::getInstance("");
 }
 
 // Null for an unknown client.
