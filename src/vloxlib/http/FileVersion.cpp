@@ -17,7 +17,8 @@ int64 numberOf(std::string_view text) {
     int64 number = kUnknown;
     const char* const end = text.data() + text.size();
     const auto [behind, error] = std::from_chars(text.data(), end, number);
-    const bool whole = error == std::errc() && text.find_first_not_of(' ', behind - text.data()) == text.npos;
+    const auto read = static_cast<std::size_t>(behind - text.data());
+    const bool whole = error == std::errc() && text.find_first_not_of(' ', read) == text.npos;
     return whole && number >= 0 ? number : kUnknown;
 }
 
