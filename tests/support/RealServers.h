@@ -7,6 +7,7 @@
 #include <Poco/Process.h>
 
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -68,7 +69,8 @@ public:
 private:
     struct End {
         void operator()(Poco::ProcessHandle* process) const {
-            Poco::Process::requestTermination(process->id());
+            ::kill(process->id(),
+                   SIGTERM);  // SIGINT is lost where a shell had it ignored, until haproxy is ready
             process->wait();
             delete process;
         }
