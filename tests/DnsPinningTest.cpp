@@ -192,7 +192,8 @@ TEST_F(DnsPinningTest, AnInternationalNameNeedsNoLocale) {
     EXPECT_EQ(0, get("B\303\274cher.invalid", server.port()));
     EXPECT_EQ(0, get("user:b\303\274@b\303\274cher.invalid", server.port()));
     EXPECT_THAT(server.lastRequest(), HasSubstr("\r\nHost: xn--bcher-kva.invalid:"));
-    EXPECT_EQ(-803, get("b\303cher.invalid", server.port())) << "no UTF-8";
+    // No UTF-8: a libcurl that converts names refuses it, another one doesn't find it.
+    EXPECT_THAT(get("b\303cher.invalid", server.port()), testing::AnyOf(-803, -806));
 }
 
 // The walk for "localhost" stands still in its log line until both exchanges have ended.
