@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Kills a program that works a store, a log or a resolver's cache, again and again: scripts/soak.sh [minutes], 10 by
-# default. Prints kills, acknowledged operations and losses; fails when there was a loss.
+# Kills a program that works a store, a log or a resolver's cache, or moves files, again and again: scripts/soak.sh
+# [minutes], 10 by default. Prints kills, acknowledged operations and losses; fails when there was a loss.
 # With scripts/soak.sh life [rounds], 1000 by default, a program loads the library, works it on four threads, forks and
 # ends in all the ways that a program ends; fails when one hangs for ten seconds or ends badly.
 set -euo pipefail

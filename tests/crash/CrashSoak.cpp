@@ -8,6 +8,7 @@
 #include "crash/LogCrash.h"
 #include "crash/StoreCrash.h"
 #include "crash/StoreDuel.h"
+#include "crash/TransferCrash.h"
 #include "support/TempDir.h"
 
 using vlox_test::CacheCrash;
@@ -16,6 +17,7 @@ using vlox_test::LogCrash;
 using vlox_test::StoreCrash;
 using vlox_test::StoreDuel;
 using vlox_test::TempDir;
+using vlox_test::TransferCrash;
 
 namespace {
 
@@ -66,15 +68,18 @@ int main(int argc, char** argv) {
     Sum ofDuel("two programs for one store");
     Sum ofLog("log");
     Sum ofCache("resolver cache");
+    Sum ofTransfer("file transfers");
     while (std::chrono::steady_clock::now() < end) {
         const TempDir storeDir;
         const TempDir duelDir;
         const TempDir logDir;
         const TempDir cacheDir;
+        const TempDir transferDir;
         StoreCrash store(storeDir.path(), seed++);
         StoreDuel duel(duelDir.path(), seed++);
         LogCrash log(logDir.path(), seed++);
         CacheCrash cache(cacheDir.path(), seed++);
+        TransferCrash transfer(transferDir.path(), seed++);
         for (int round = 0; round < kRoundsPerFile && std::chrono::steady_clock::now() < end; ++round) {
             killOften(store);
             const TempDir old;
@@ -82,15 +87,17 @@ int main(int argc, char** argv) {
             killOften(duel);
             killOften(log);
             killOften(cache);
+            killOften(transfer);
         }
         ofStore.add(store);
         ofDuel.add(duel);
         ofLog.add(log);
         ofCache.add(cache);
-        for (const Sum* sum : {&ofStore, &ofDuel, &ofLog, &ofCache}) {
+        ofTransfer.add(transfer);
+        for (const Sum* sum : {&ofStore, &ofDuel, &ofLog, &ofCache, &ofTransfer}) {
             sum->print();
         }
         std::fflush(stdout);
     }
-    return ofStore.losses + ofDuel.losses + ofLog.losses + ofCache.losses == 0 ? 0 : 1;
+    return ofStore.losses + ofDuel.losses + ofLog.losses + ofCache.losses + ofTransfer.losses == 0 ? 0 : 1;
 }

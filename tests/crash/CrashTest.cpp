@@ -6,6 +6,7 @@
 #include "crash/LogCrash.h"
 #include "crash/StoreCrash.h"
 #include "crash/StoreDuel.h"
+#include "crash/TransferCrash.h"
 #include "support/TempDir.h"
 
 using vlox_test::CacheCrash;
@@ -13,6 +14,7 @@ using vlox_test::LogCrash;
 using vlox_test::StoreCrash;
 using vlox_test::StoreDuel;
 using vlox_test::TempDir;
+using vlox_test::TransferCrash;
 
 namespace {
 
@@ -39,6 +41,8 @@ TEST(Crash, GivesAStoreToOneOfTwoThatOpenItAtOnce) { killOften<StoreDuel>(20, 9)
 TEST(Crash, LosesNoLineThatReachedTheLog) { killOften<LogCrash>(20, 100); }
 
 TEST(Crash, LeavesTheResolversCacheWhole) { killOften<CacheCrash>(20, 100); }
+
+TEST(Crash, MixesNoVersionsOfAFileAndLosesNoSlice) { killOften<TransferCrash>(20, 10); }
 
 TEST(Crash, LeavesAnOldFileAsItWasOrWhollyRewritten) {
     const unsigned seed = std::random_device{}();

@@ -1,4 +1,4 @@
-// Works until it is killed: crash_worker store|log|cache <directory> <generation>
+// Works until it is killed: crash_worker store|log|cache|transfer <directory> <generation>
 #include "crash/Work.h"
 
 int main(int argc, char** argv) {
@@ -10,8 +10,10 @@ int main(int argc, char** argv) {
         vlox_test::workLog(argv[2], argv[3]);
     } else if (work == "cache") {
         vlox_test::workCache(argv[2]);
+    } else if (work == "transfer") {
+        vlox_test::workTransfer(argv[2]);
     } else {
-        std::fputs("usage: crash_worker store|log|cache <directory> <generation>\n", stderr);
+        std::fputs("usage: crash_worker store|log|cache|transfer <directory> <generation>\n", stderr);
         return 2;
     }
 }

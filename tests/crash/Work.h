@@ -15,6 +15,8 @@ namespace vlox_test {
 void workStore(const std::string& directory, const std::string& generation);
 void workLog(const std::string& directory, const std::string& generation);
 void workCache(const std::string& directory);
+// Downloads and uploads as a file "orders" in the directory says, see TransferCrash.
+void workTransfer(const std::string& directory);
 
 inline void tell(const std::string& line) {
     std::puts(line.c_str());
