@@ -125,21 +125,22 @@ TEST_F(DnsPinningTest, OfSeveralAddressesTheOneThatFailsIsToBlame) {
     const auto failures = [this](const std::string& ip) {
         return file.number("SELECT errNum FROM ip_t WHERE ip = '" + ip + "'");
     };
-    std::string reply = RawHttpServer::ok("body");
+    const std::string replies[] = {RawHttpServer::ok("body"), RawHttpServer::ok("body"),
+                                   RawHttpServer::reply("404 Not Found", "", ""),
+                                   RawHttpServer::reply("200 OK", "Content-Encoding: gzip\r\n", "x"),
+                                   RawHttpServer::reply("503 Service Unavailable", "", "")};
+    const std::string* next = replies;  // the server's thread alone looks at it
     const RawHttpServer server(
-        [&](Poco::Net::StreamSocket& client, const std::string&) { RawHttpServer::send(client, reply); });
+        [&](Poco::Net::StreamSocket& client, const std::string&) { RawHttpServer::send(client, *next++); });
     for (int exchange = 1; exchange <= 2; ++exchange) {
         EXPECT_EQ(0, get("two.invalid", server.port()));
         EXPECT_EQ(1, failures(kDead)) << "it is tried once";
         EXPECT_EQ(0, failures(kLive));
     }
-    for (const std::string& answer : {RawHttpServer::reply("404 Not Found", "", ""),
-                                      RawHttpServer::reply("200 OK", "Content-Encoding: gzip\r\n", "x")}) {
-        reply = answer;
+    for (int answer = 1; answer <= 2; ++answer) {
         EXPECT_EQ(-199, get("two.invalid", server.port()));
         EXPECT_EQ(0, failures(kLive)) << "an answer is no failure of the address";
     }
-    reply = RawHttpServer::reply("503 Service Unavailable", "", "");
     EXPECT_EQ(-199, get("two.invalid", server.port()));
     EXPECT_EQ(0, file.rows("ip_t")) << "no address is left";
     EXPECT_EQ(5U, server.requests().size());

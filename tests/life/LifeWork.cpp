@@ -45,6 +45,14 @@ private:
     } m_listener;
 };
 
+// The sanitizers of this compiler leave the locks of their memory as they are at a fork: who held one is gone
+// in the child, whose next allocation then never ends.
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr bool kForks = false;
+#else
+constexpr bool kForks = true;
+#endif
+
 class Life {
 public:
     Life(const std::string& directory, unsigned seed) : m_directory(directory), m_random(seed) {}
@@ -55,7 +63,7 @@ public:
             m_threads.emplace_back([this, seed = static_cast<unsigned>(m_random())] { work(seed); });
         }
         rest(20000);
-        const pid_t child = m_random() % 2 == 0 ? fork() : -1;
+        const pid_t child = kForks && m_random() % 2 == 0 ? fork() : -1;
         if (child == 0) {
             liveAsChild();
         }

@@ -28,10 +28,10 @@ public:
     explicit AllLocks(Refresh refresh) {
         onFork({[this] { m_mutex.lock(); }, [this] { m_mutex.unlock(); },
                 [this, refresh] {
+                    m_mutex.unlock();  // the child's only thread is this one
                     for (RecursiveLock* const lock : m_locks) {
                         refresh(*lock);
                     }
-                    m_mutex.unlock();
                 }});
     }
     void add(RecursiveLock* lock) {
