@@ -2,6 +2,7 @@
 #include <Poco/Net/ServerSocket.h>
 #include <Poco/Net/StreamSocket.h>
 #include <Poco/Timespan.h>
+#include <curl/curl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -194,7 +195,8 @@ TEST_F(DnsPinningTest, AnInternationalNameNeedsNoLocale) {
     EXPECT_EQ(0, get("user:b\303\274@b\303\274cher.invalid", server.port()));
     EXPECT_THAT(server.lastRequest(), HasSubstr("\r\nHost: xn--bcher-kva.invalid:"));
     // No UTF-8: a libcurl that converts names refuses it, another one doesn't find it.
-    EXPECT_THAT(get("b\303cher.invalid", server.port()), testing::AnyOf(-803, -806));
+    const bool converts = (curl_version_info(CURLVERSION_NOW)->features & CURL_VERSION_IDN) != 0;
+    EXPECT_EQ(converts ? -803 : -806, get("b\303cher.invalid", server.port()));
 }
 
 // The walk for "localhost" stands still in its log line until both exchanges have ended.
